@@ -1,0 +1,89 @@
+#include "qav_mnt_fwupdate_lib_verify_process.h"
+
+#include <algorithm>
+
+#include "qav_mnt_fwupdate_lib_log.h"
+
+namespace norvane {
+
+namespace {
+// Every message of the comparison names the public operation.
+const char* const CHECK_NAME = "check";
+}  // namespace
+
+qav_mnt_fwupdate_lib_verify_process::qav_mnt_fwupdate_lib_verify_process() {}
+
+qav_mnt_fwupdate_lib_verify_process::~qav_mnt_fwupdate_lib_verify_process() {}
+
+int qav_mnt_fwupdate_lib_verify_process::check(std::vector<verify_file_info>& xml_info_list,
+                                               std::vector<verify_file_info>& unzip_info_list)
+{
+    const int xml_info_list_size = static_cast<int>(xml_info_list.size());
+    const int unzip_info_list_size = static_cast<int>(unzip_info_list.size());
+    if (check_sizes_(xml_info_list_size, unzip_info_list_size) != 0) {
+        return 1;
+    }
+
+    // std::sort is the unstable introspective sort: quicksort limited to a
+    // depth of 2*log2(n), heap sort beyond it, insertion sort over runs of
+    // 16. Records with equal names may end up in either order.
+    std::sort(xml_info_list.begin(), xml_info_list.end(), asc);
+    std::sort(unzip_info_list.begin(), unzip_info_list.end(), asc);
+
+    for (size_t i = 0; i < xml_info_list.size(); ++i) {
+        if (check_pair_(xml_info_list[i], unzip_info_list[i]) != 0) {
+            return 1;
+        }
+    }
+    return 0;
+}
+
+int qav_mnt_fwupdate_lib_verify_process::check_sizes_(int xml_info_list_size,
+                                                      int unzip_info_list_size)
+{
+    if (xml_info_list_size == 0 || unzip_info_list_size == 0) {
+        qav_mnt_fwupdate_log_err(CHECK_NAME,
+                                 "No one or both lists for comparison. xml_info_list_size:[%d] "
+                                 "unzip_info_list_size:[%d]\n",
+                                 xml_info_list_size, unzip_info_list_size);
+        return 1;
+    }
+    if (xml_info_list_size != unzip_info_list_size) {
+        qav_mnt_fwupdate_log_err(CHECK_NAME,
+                                 "Length of the list of both for comparison is different. "
+                                 "xml_info_list_size:[%d] unzip_info_list_size:[%d]\n",
+                                 xml_info_list_size, unzip_info_list_size);
+        return 1;
+    }
+    return 0;
+}
+
+// Name first, then size, then checksum; the first difference is reported.
+int qav_mnt_fwupdate_lib_verify_process::check_pair_(const verify_file_info& xml_info,
+                                                     const verify_file_info& unzip_info)
+{
+    if (xml_info.file_name != unzip_info.file_name) {
+        qav_mnt_fwupdate_log_err(CHECK_NAME,
+                                 "File name in the list did not match. xml_info_list:[%s] "
+                                 "unzip_info_list:[%s]\n",
+                                 xml_info.file_name.c_str(), unzip_info.file_name.c_str());
+        return 1;
+    }
+    if (xml_info.file_size != unzip_info.file_size) {
+        qav_mnt_fwupdate_log_err(CHECK_NAME,
+                                 "File size in the list did not match. xml_info_list:[%d] "
+                                 "unzip_info_list:[%d]\n",
+                                 xml_info.file_size, unzip_info.file_size);
+        return 1;
+    }
+    if (xml_info.check_sum != unzip_info.check_sum) {
+        qav_mnt_fwupdate_log_err(CHECK_NAME,
+                                 "Checksum in the list did not match. xml_info_list:[%s] "
+                                 "unzip_info_list:[%s]\n",
+                                 xml_info.check_sum.c_str(), unzip_info.check_sum.c_str());
+        return 1;
+    }
+    return 0;
+}
+
+}  // namespace norvane

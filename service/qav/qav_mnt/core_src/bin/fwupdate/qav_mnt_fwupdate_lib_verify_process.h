@@ -1,0 +1,33 @@
+// Package verification: decides whether the files that FW_package.xml declares
+// and the files found in the extraction folder are the same set of files.
+// Stateless; created on the caller's stack for one call.
+#ifndef NORVANE_QAV_MNT_FWUPDATE_LIB_VERIFY_PROCESS_H
+#define NORVANE_QAV_MNT_FWUPDATE_LIB_VERIFY_PROCESS_H
+
+#include <vector>
+
+#include "qav_mnt_fwupdate_lib_verify_file_info.h"
+
+namespace norvane {
+
+class qav_mnt_fwupdate_lib_verify_process {
+public:
+    qav_mnt_fwupdate_lib_verify_process();
+    ~qav_mnt_fwupdate_lib_verify_process();
+
+    // The whole pipeline (verify) is declared here once the package type of
+    // the schema layer is available to this library.
+
+    // Compares the two lists entry by entry after sorting both by asc (in
+    // place: the caller sees them sorted). 0 when they match, 1 otherwise.
+    int check(std::vector<verify_file_info>& xml_info_list,
+              std::vector<verify_file_info>& unzip_info_list);
+
+private:
+    int check_sizes_(int xml_info_list_size, int unzip_info_list_size);
+    int check_pair_(const verify_file_info& xml_info, const verify_file_info& unzip_info);
+};
+
+}  // namespace norvane
+
+#endif
