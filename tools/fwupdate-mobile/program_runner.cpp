@@ -1,0 +1,100 @@
+#include "program_runner.h"
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace norvane_tools {
+
+const char* const fwupdate_work_dir = "/tmp/fwupdate/update";
+
+program_runner::~program_runner()
+{
+    kill_program();
+}
+
+int program_runner::empty_work_dir()
+{
+    std::error_code error;
+    std::filesystem::remove_all(fwupdate_work_dir, error);
+    if (error) {
+        return 1;
+    }
+    return 0;
+}
+
+int program_runner::start(const std::string& binary, const program_environment& environment,
+                          const std::vector<std::string>& args)
+{
+    std::string path_value = environment.host_bin_dir;
+    const char* inherited_path = std::getenv("PATH");
+    if (inherited_path != nullptr) {
+        path_value += std::string(":") + inherited_path;
+    }
+
+    pid_t child = ::fork();
+    if (child < 0) {
+        return 1;
+    }
+    if (child == 0) {
+        ::setenv("FWUPDATE_AOA_SOCKET", environment.socket_path.c_str(), 1);
+        ::setenv("FWUPDATE_STATE_DIR", environment.state_dir.c_str(), 1);
+        ::setenv("FWUPDATE_FAULTS", environment.faults.c_str(), 1);
+        ::setenv("PATH", path_value.c_str(), 1);
+        if (!environment.log_path.empty()) {
+            int log = ::open(environment.log_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+            if (log >= 0) {
+                ::dup2(log, STDERR_FILENO);
+                ::close(log);
+            }
+        }
+        std::vector<char*> argv;
+        argv.push_back(const_cast<char*>(binary.c_str()));
+        for (const std::string& arg : args) {
+            argv.push_back(const_cast<char*>(arg.c_str()));
+        }
+        argv.push_back(nullptr);
+        ::execv(binary.c_str(), argv.data());
+        ::_exit(127);
+    }
+    pid_ = child;
+    return 0;
+}
+
+int program_runner::wait_exit(int timeout_ms, int& exit_status)
+{
+    if (pid_ <= 0) {
+        return 1;
+    }
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout_ms);
+    for (;;) {
+        int status = 0;
+        pid_t done = ::waitpid(pid_, &status, WNOHANG);
+        if (done == pid_) {
+            pid_ = -1;
+            exit_status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+            return 0;
+        }
+        if (std::chrono::steady_clock::now() >= deadline) {
+            return 1;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+}
+
+void program_runner::kill_program()
+{
+    if (pid_ > 0) {
+        ::kill(pid_, SIGKILL);
+        int status = 0;
+        ::waitpid(pid_, &status, 0);
+        pid_ = -1;
+    }
+}
+
+}  // namespace norvane_tools

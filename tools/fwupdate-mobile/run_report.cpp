@@ -1,0 +1,131 @@
+#include "run_report.h"
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <vector>
+
+namespace norvane_tools {
+
+namespace fs = std::filesystem;
+
+void run_report::line(const std::string& text)
+{
+    if (bar_shown_) {
+        std::fputs("\n", stdout);
+        bar_shown_ = false;
+    }
+    std::fprintf(stdout, "%s\n", text.c_str());
+    std::fflush(stdout);
+}
+
+void run_report::start_progress(size_t /*total*/)
+{
+    upload_started_ = std::chrono::steady_clock::now();
+    last_drawn_ = upload_started_ - std::chrono::seconds(1);
+}
+
+void run_report::progress(size_t sent, size_t total)
+{
+    const auto now = std::chrono::steady_clock::now();
+    const bool done = sent >= total;
+    if (!terminal_ || (!done && now - last_drawn_ < std::chrono::milliseconds(100))) {
+        return;
+    }
+    last_drawn_ = now;
+    const double seconds = std::chrono::duration<double>(now - upload_started_).count();
+    const double fraction = total == 0 ? 1.0 : static_cast<double>(sent) / static_cast<double>(total);
+    const double rate = seconds > 0 ? static_cast<double>(sent) / seconds / 1e6 : 0.0;
+    const double left = rate > 0 ? static_cast<double>(total - sent) / (rate * 1e6) : 0.0;
+    constexpr int width = 30;
+    const int filled = static_cast<int>(fraction * width);
+    std::string bar(static_cast<size_t>(filled), '#');
+    bar.append(static_cast<size_t>(width - filled), '.');
+    std::fprintf(stdout, "\rupload [%s] %3d%%  %6.1f MB/s  %4.0f s left ", bar.c_str(),
+                 static_cast<int>(fraction * 100), rate, left);
+    std::fflush(stdout);
+    bar_shown_ = true;
+}
+
+void run_report::end_progress()
+{
+    const double seconds =
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - upload_started_).count();
+    char text[64];
+    std::snprintf(text, sizeof text, "upload sent in %.2f s", seconds);
+    line(text);
+}
+
+size_t run_report::log_size(const std::string& state_dir) const
+{
+    std::error_code error;
+    const auto size = fs::file_size(state_dir + "/update-service.log", error);
+    return error ? 0 : static_cast<size_t>(size);
+}
+
+namespace {
+
+std::string read_all(const fs::path& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+// A record holds text and its terminating NUL; show it as text when it is.
+std::string record_text(const std::string& bytes)
+{
+    std::string text = bytes;
+    if (!text.empty() && text.back() == '\0') {
+        text.pop_back();
+    }
+    for (char c : text) {
+        if (static_cast<unsigned char>(c) < 0x20) {
+            return "(" + std::to_string(bytes.size()) + " bytes of binary data)";
+        }
+    }
+    return "\"" + text + "\" (" + std::to_string(bytes.size()) + " bytes)";
+}
+
+}  // namespace
+
+void run_report::show_state(const std::string& state_dir, size_t log_offset,
+                            std::chrono::system_clock::time_point started)
+{
+    const fs::path log_path = fs::path(state_dir) / "update-service.log";
+    std::string log = read_all(log_path);
+    line("update-service log (" + log_path.string() + "), this run:");
+    if (log_offset < log.size()) {
+        log = log.substr(log_offset);
+        size_t start = 0;
+        while (start < log.size()) {
+            size_t end = log.find('\n', start);
+            if (end == std::string::npos) end = log.size();
+            line("  " + log.substr(start, end - start));
+            start = end + 1;
+        }
+    } else {
+        line("  (nothing)");
+    }
+
+    const fs::path records = fs::path(state_dir) / "nv";
+    line("records (" + records.string() + "):");
+    std::error_code error;
+    std::vector<fs::directory_entry> entries;
+    for (const auto& entry : fs::directory_iterator(records, error)) {
+        entries.push_back(entry);
+    }
+    if (entries.empty()) {
+        line("  (none)");
+    }
+    for (const auto& entry : entries) {
+        const auto written = fs::last_write_time(entry.path(), error);
+        const auto written_system = std::chrono::time_point_cast<std::chrono::system_clock::duration>(
+            written - fs::file_time_type::clock::now() + std::chrono::system_clock::now());
+        const bool this_run = written_system >= started - std::chrono::seconds(1);
+        line("  " + entry.path().filename().string() + " = " + record_text(read_all(entry.path())) +
+             (this_run ? "  <- written by this run" : ""));
+    }
+}
+
+}  // namespace norvane_tools
