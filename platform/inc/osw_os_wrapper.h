@@ -14,21 +14,26 @@ class OSW_Message_Queue_impl;
 // and out by value and leave in the order they were sent.
 class OSW_Message_Queue {
 public:
-    // flags: only 0 is used.
+    // flags: only 0 is used. A queue of 0 slots or 0-byte slots refuses every
+    // send and receive.
     OSW_Message_Queue(unsigned int msg_count, unsigned int msg_size, unsigned int flags);
     ~OSW_Message_Queue();
     OSW_Message_Queue(const OSW_Message_Queue&) = delete;
     OSW_Message_Queue& operator=(const OSW_Message_Queue&) = delete;
 
-    // Copies size bytes into a free slot. Blocks while the queue is full, for
-    // at most timeout milliseconds (OSW_WAIT_FOREVER: without limit).
-    // option: only 0 is used. Returns 0 on success, non-zero on time-out or
-    // when size exceeds the slot size.
+    // Copies size bytes into a free slot, zeros after them up to the slot
+    // size. Blocks while the queue is full, for at most timeout milliseconds
+    // (0: not at all; OSW_WAIT_FOREVER: without limit). option: only 0 is
+    // used. Returns 0 on success, non-zero on time-out, for a null msg or when
+    // size exceeds the slot size.
     int send(const void* msg, unsigned int size, unsigned int timeout, unsigned int option);
 
-    // Copies the oldest message into msg (at most size bytes). Blocks while the
-    // queue is empty, for at most timeout milliseconds. Returns 0 on success,
-    // non-zero on time-out or bad arguments.
+    // Copies the oldest message's whole slot (msg_size bytes: the message and
+    // the zeros after it) into msg and removes it. Blocks while the queue is
+    // empty, for at most timeout milliseconds, as send does. A null msg or a
+    // size below msg_size is refused at once with non-zero and nothing is
+    // taken from the queue (no message is ever cut short). Returns 0 on
+    // success, non-zero on time-out or bad arguments.
     int receive(void* msg, unsigned int size, unsigned int timeout);
 
 private:
@@ -37,7 +42,8 @@ private:
 
 class OSW_Mutex_Semaphore_impl;
 
-// A binary semaphore used as a mutex. initial 1 means free.
+// A binary semaphore used as a mutex. initial 1 (or above) means free, 0 or
+// below taken.
 class OSW_Mutex_Semaphore {
 public:
     explicit OSW_Mutex_Semaphore(int initial);
@@ -45,10 +51,12 @@ public:
     OSW_Mutex_Semaphore(const OSW_Mutex_Semaphore&) = delete;
     OSW_Mutex_Semaphore& operator=(const OSW_Mutex_Semaphore&) = delete;
 
-    // Takes the semaphore, waiting at most timeout milliseconds (-1: without
-    // limit). Returns 0 when taken, non-zero on time-out.
+    // Takes the semaphore, waiting at most timeout milliseconds (0: not at
+    // all; -1, or any negative value: without limit). Returns 0 when taken,
+    // non-zero on time-out.
     int request(int timeout);
-    // Gives the semaphore back. Returns 0.
+    // Gives the semaphore back and wakes one waiter. Any thread may release.
+    // Returns 0, or non-zero when the semaphore was not taken.
     int release();
 
 private:

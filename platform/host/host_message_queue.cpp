@@ -1,0 +1,100 @@
+// The OS wrapper's message queue on the host: a fixed ring of msg_count slots
+// of msg_size bytes, guarded by one mutex, with one condition variable for
+// "a slot became free" and one for "a message arrived".
+#include "osw_os_wrapper.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <cstring>
+#include <mutex>
+#include <vector>
+
+class OSW_Message_Queue_impl {
+public:
+    OSW_Message_Queue_impl(unsigned int msg_count, unsigned int msg_size)
+        : slot_count_(msg_count), slot_size_(msg_size),
+          slots_(static_cast<size_t>(msg_count) * msg_size)
+    {
+    }
+
+    int send(const void* msg, unsigned int size, unsigned int timeout)
+    {
+        if (!usable_() || msg == nullptr || size > slot_size_) {
+            return 1;
+        }
+        std::unique_lock<std::mutex> guard(lock_);
+        if (!wait_(guard, not_full_, timeout, [this] { return used_ < slot_count_; })) {
+            return 1;
+        }
+        // The slot holds the message followed by zeros up to the slot size.
+        unsigned char* slot = slot_at_((head_ + used_) % slot_count_);
+        std::memcpy(slot, msg, size);
+        std::memset(slot + size, 0, slot_size_ - size);
+        ++used_;
+        not_empty_.notify_one();
+        return 0;
+    }
+
+    int receive(void* msg, unsigned int size, unsigned int timeout)
+    {
+        if (!usable_() || msg == nullptr || size < slot_size_) {
+            return 1;
+        }
+        std::unique_lock<std::mutex> guard(lock_);
+        if (!wait_(guard, not_empty_, timeout, [this] { return used_ > 0; })) {
+            return 1;
+        }
+        std::memcpy(msg, slot_at_(head_), slot_size_);
+        head_ = (head_ + 1) % slot_count_;
+        --used_;
+        not_full_.notify_one();
+        return 0;
+    }
+
+private:
+    bool usable_() const { return slot_count_ > 0 && slot_size_ > 0; }
+
+    unsigned char* slot_at_(unsigned int index) { return slots_.data() + static_cast<size_t>(index) * slot_size_; }
+
+    // Waits until ready() holds: without limit for OSW_WAIT_FOREVER, else for
+    // at most timeout milliseconds. Returns whether ready() holds.
+    template <typename Ready>
+    static bool wait_(std::unique_lock<std::mutex>& guard, std::condition_variable& condition,
+                      unsigned int timeout, Ready ready)
+    {
+        if (timeout == OSW_WAIT_FOREVER) {
+            condition.wait(guard, ready);
+            return true;
+        }
+        return condition.wait_for(guard, std::chrono::milliseconds(timeout), ready);
+    }
+
+    const unsigned int slot_count_;
+    const unsigned int slot_size_;
+    std::vector<unsigned char> slots_;
+    unsigned int head_ = 0;  // slot of the oldest message
+    unsigned int used_ = 0;  // messages waiting
+    std::mutex lock_;
+    std::condition_variable not_full_;
+    std::condition_variable not_empty_;
+};
+
+OSW_Message_Queue::OSW_Message_Queue(unsigned int msg_count, unsigned int msg_size, unsigned int /*flags*/)
+    : impl_(new OSW_Message_Queue_impl(msg_count, msg_size))
+{
+}
+
+OSW_Message_Queue::~OSW_Message_Queue()
+{
+    delete impl_;
+}
+
+int OSW_Message_Queue::send(const void* msg, unsigned int size, unsigned int timeout, unsigned int /*option*/)
+{
+    return impl_->send(msg, size, timeout);
+}
+
+int OSW_Message_Queue::receive(void* msg, unsigned int size, unsigned int timeout)
+{
+    return impl_->receive(msg, size, timeout);
+}
