@@ -209,18 +209,26 @@ private:
     int register_enum_members_();
     int register_struct_members_();
     int register_xaddr_actions_();
+    int create_accessor_();
+    int finish_cycle_(int result);
     bool check_state_(MY_STATE bit);
     void log_out_of_reception_();
     bool is_namespace_known_(unsigned int namespace_id) const;
+    bool check_namespace_(unsigned int namespace_id) const;
+    utl_lib_xml_struct* find_filling_struct_();
     int make_element_(const std::string& name, unsigned int namespace_id,
                       UTL_LIB_XML_ELEMENT_TYPE type, unsigned int id,
                       utl_lib_xml_element_info& element);
     int register_element_list_(std::vector<utl_lib_xml_element_info>& element_list,
                                unsigned int struct_id);
     int register_xaddr_(unsigned int xaddr_id, const std::string& xaddr);
-    utl_lib_xml_element_info* find_xaddr_element_(const std::string& component,
-                                                 std::vector<utl_lib_xml_element_info>& list);
-    int check_data_target_xaddr_(unsigned int& element_type);
+    static std::vector<std::string> split_xaddr_(const std::string& xaddr);
+    static utl_lib_xml_element_info* find_xaddr_element_(
+        const std::string& component, std::vector<utl_lib_xml_element_info>& list);
+    utl_lib_xml_element_info* find_action_element_();
+    static UTL_LIB_XADDR_DATA_TYPE number_type_(unsigned int size,
+                                                UTL_LIB_XADDR_VALUE_OPTION_TYPE option);
+    int register_string_target_(UTL_LIB_XADDR_DATA_TYPE type, void* target, int size);
     int register_xaddr_auto_setting_(UTL_LIB_XADDR_DATA_TYPE type, void* addr, int size);
     int register_xaddr_attr_auto_setting_(const std::string& attr, UTL_LIB_XADDR_DATA_TYPE type,
                                           void* addr, int size);
@@ -228,26 +236,29 @@ private:
     static std::string get_local_name_(const std::string& name);
 
     // parsing
-    int finish_cycle_(int result);
     utl_lib_xml_element_info* find_open_element_(const std::string& name);
     void store_attributes_(unsigned int xaddr_id, const attribute_map_& attributes);
     void notify_start_interrupts_(unsigned int xaddr_id, const attribute_map_& attributes);
     void store_data_(unsigned int xaddr_id, const utl_lib_xml_element_info& element,
                      std::string& data);
     int close_element_targets_(unsigned int xaddr_id);
-    int store_number_(UTL_LIB_XADDR_DATA_TYPE type, void* addr, long value);
+    static void store_char_buffer_(void* addr, int size, const std::string& text);
+    int store_number_text_(UTL_LIB_XADDR_DATA_TYPE type, void* addr, const std::string& text,
+                           unsigned int enum_id);
+    static void store_number_(UTL_LIB_XADDR_DATA_TYPE type, void* addr, long value);
     int get_enum_convert_value_(unsigned int enum_id, const std::string& text, int& value);
 
     // writing
-    int search_element_by_xaddr_(unsigned int xaddr_id, utl_lib_xml_element_info& element);
-    int begin_store_(unsigned int xaddr_id, utl_lib_xml_element_info& element);
+    int run_stores_();
+    std::string create_xml_header_();
+    const utl_lib_xml_element_info* begin_store_(unsigned int xaddr_id);
+    const utl_lib_xml_element_info* search_element_by_xaddr_(unsigned int xaddr_id) const;
     void append_(const std::string& text);
-    std::string make_start_tag_(const std::string& q_name, const attribute_map_& attributes);
+    static std::string make_start_tag_(const std::string& q_name, const attribute_map_& attributes);
     int store_number_element_(unsigned int xaddr_id, const std::string& number, int value,
                               bool is_unsigned, const attribute_map_& attributes);
-    int store_text_element_(unsigned int xaddr_id, const std::string& text,
-                            const attribute_map_& attributes);
-    std::string create_xml_header_();
+    void append_element_(const utl_lib_xml_element_info& element, const std::string& content,
+                         const attribute_map_& attributes);
 
     std::bitset<MY_STATE_MAX> my_state_;
     unsigned int register_namespace_id_;
