@@ -32,9 +32,14 @@ std::string temp_dir::file(const std::string& name) const
 std::string temp_dir::write_file(const std::string& name, const std::string& bytes) const
 {
     const std::string target = file(name);
-    std::ofstream out(target, std::ios::binary | std::ios::trunc);
-    out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    write_file_bytes(target, bytes);
     return target;
+}
+
+void write_file_bytes(const std::string& path, const std::string& bytes)
+{
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
 }
 
 std::string read_file_bytes(const std::string& path)

@@ -26,6 +26,8 @@ private:
 
 // Reads a whole file as bytes; empty when it cannot be read.
 std::string read_file_bytes(const std::string& path);
+// Writes bytes into a file, replacing it.
+void write_file_bytes(const std::string& path, const std::string& bytes);
 
 }  // namespace norvane_test
 
