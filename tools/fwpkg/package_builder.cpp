@@ -1,0 +1,303 @@
+#include "package_builder.h"
+
+#include "qav_mnt_fwupdate_lib_util.h"
+#include "schema_names.h"
+#include "utl_lib_xml_vexa_data.h"
+#include "utl_lib_xml_vexa_data_utl.h"
+#include "utl_lib_xml_vexa_mediator.h"
+
+#include <algorithm>
+#include <cctype>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <sstream>
+
+namespace norvane_tools {
+
+using namespace norvane;
+namespace fs = std::filesystem;
+
+namespace {
+
+const char* const description_name = "FW_package.xml";
+
+struct folder_file {
+    std::string name;
+    long long size = 0;
+    std::string checksum;
+};
+
+// Names the device accepts: what its checksum command lets through, and what
+// fits the description's filename element.
+bool acceptable_name(const std::string& name)
+{
+    if (name.empty() || name.size() > sizeof(UTL_LIB_XML_VEXA_FIRMWARE_DATA_INFORMATION_S::filename) - 1) {
+        return false;
+    }
+    for (char c : name) {
+        if (!(std::isalnum(static_cast<unsigned char>(c)) || std::strchr("._-+,=@%:~", c) != nullptr)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+int list_folder(const std::string& folder, std::vector<folder_file>& files, std::string& error)
+{
+    std::error_code failure;
+    fs::directory_iterator entries(folder, failure);
+    if (failure) {
+        error = "cannot read the folder " + folder + ": " + failure.message();
+        return 1;
+    }
+    for (const fs::directory_entry& entry : entries) {
+        const std::string name = entry.path().filename().string();
+        if (!entry.is_regular_file()) {
+            error = name + " is not a regular file: the device extracts packages flat";
+            return 1;
+        }
+        if (name == description_name) {
+            error = std::string("the folder already holds ") + description_name;
+            return 1;
+        }
+        if (!acceptable_name(name)) {
+            error = "the device cannot take the file name \"" + name +
+                    "\" (at most 255 letters, digits and ._-+,=@%:~)";
+            return 1;
+        }
+        const auto size = entry.file_size();
+        if (size > static_cast<uintmax_t>(INT_MAX)) {
+            error = name + " is larger than a description can declare (2147483647 bytes)";
+            return 1;
+        }
+        char checksum[8] = {};
+        if (qav_mnt_fwupdate_lib_util().calc_check_sum(entry.path().string(), checksum) != 0) {
+            error = "cannot compute the checksum of " + name;
+            return 1;
+        }
+        files.push_back({name, static_cast<long long>(size), checksum});
+    }
+    std::sort(files.begin(), files.end(),
+              [](const folder_file& a, const folder_file& b) { return a.name < b.name; });
+    if (files.empty()) {
+        error = "the folder holds no files";
+        return 1;
+    }
+    return 0;
+}
+
+template <size_t N>
+int copy_text(char (&field)[N], const std::string& text, const std::string& what, std::string& error)
+{
+    if (text.size() >= N) {
+        error = what + " \"" + text + "\" is longer than " + std::to_string(N - 1) + " characters";
+        return 1;
+    }
+    std::memcpy(field, text.c_str(), text.size() + 1);
+    return 0;
+}
+
+// Which group each file goes to: the group that names it, else the first
+// group that names no files.
+int assign_files(const std::vector<group_request>& groups, const std::vector<folder_file>& files,
+                 std::vector<std::vector<folder_file>>& assigned, std::string& error)
+{
+    assigned.assign(groups.size(), {});
+    std::map<std::string, size_t> named;
+    size_t catch_all = groups.size();
+    for (size_t g = 0; g < groups.size(); ++g) {
+        if (groups[g].files.empty() && catch_all == groups.size()) {
+            catch_all = g;
+        }
+        for (const std::string& name : groups[g].files) {
+            named[name] = g;
+        }
+    }
+    for (const auto& entry : named) {
+        auto found = std::find_if(files.begin(), files.end(),
+                                  [&entry](const folder_file& f) { return f.name == entry.first; });
+        if (found == files.end()) {
+            error = "a group names " + entry.first + ", which is not in the folder";
+            return 1;
+        }
+    }
+    for (const folder_file& file : files) {
+        auto group = named.find(file.name);
+        size_t index = group != named.end() ? group->second : catch_all;
+        if (index == groups.size()) {
+            error = file.name + " belongs to no group";
+            return 1;
+        }
+        assigned[index].push_back(file);
+    }
+    return 0;
+}
+
+int write_description(const build_request& request, const std::vector<folder_file>& files,
+                      std::string& xml, std::string& error, std::string& out)
+{
+    const schema_names names;
+    std::vector<group_request> groups = request.groups;
+    if (groups.empty()) {
+        groups.push_back({"MAIN", request.version, {}});
+    }
+    std::vector<std::vector<folder_file>> assigned;
+    if (assign_files(groups, files, assigned, error) != 0) {
+        return 1;
+    }
+
+    UTL_LIB_XML_VEXA_FIRMWARE_PACKAGE_S package;
+    std::memset(&package, 0, sizeof package);
+    int type = 0;
+    if (names.value_of(UTL_LIB_XML_VEXA_ENUM_ID_PACKAGE_TYPE, request.type, type) != 0) {
+        error = "unknown package type " + request.type;
+        return 1;
+    }
+    package.package_type = static_cast<UTL_LIB_XML_VEXA_PACKAGE_TYPE>(type);
+    package.is_encrypted_url = UTL_LIB_XML_VEXA_STATE_OFF;
+    int bad = copy_text(package.package_version, request.version, "the version", error);
+    package.exist_package_version = 1;
+    if (!request.device_id.empty()) {
+        bad |= copy_text(package.device_id, request.device_id, "the device id", error);
+        package.exist_device_id = 1;
+    }
+    if (!request.description.empty()) {
+        bad |= copy_text(package.description, request.description, "the description", error);
+        package.exist_description = 1;
+    }
+    long long total = 0;
+    for (const folder_file& file : files) {
+        total += file.size;
+    }
+    if (bad != 0) {
+        return 1;
+    }
+    if (total <= INT_MAX) {
+        package.total_size = static_cast<INT>(total);
+        package.exist_total_size = 1;
+    }
+
+    std::vector<void*> blocks;
+    utl_lib_xml_vexa_data_utl lists;
+    std::ostringstream summary;
+    for (size_t g = 0; g < groups.size() && bad == 0; ++g) {
+        UTL_LIB_XML_VEXA_FIRMWARE_DOWNLOAD_INFORMATION_S group;
+        std::memset(&group, 0, sizeof group);
+        int group_type = 0;
+        if (names.value_of(UTL_LIB_XML_VEXA_ENUM_ID_VERSION_INFORMATION_TYPE, groups[g].type, group_type) != 0) {
+            error = "unknown group type " + groups[g].type;
+            bad = 1;
+            break;
+        }
+        group.type = static_cast<UTL_LIB_XML_VEXA_VERSION_INFORMATION_TYPE>(group_type);
+        bad |= copy_text(group.version, groups[g].version, "the group version", error);
+        group.exist_version = 1;
+        summary << "group " << groups[g].type << " " << groups[g].version << "\n";
+        for (const folder_file& file : assigned[g]) {
+            UTL_LIB_XML_VEXA_FIRMWARE_DATA_INFORMATION_S data;
+            std::memset(&data, 0, sizeof data);
+            bad |= copy_text(data.filename, file.name, "the file name", error);
+            bad |= copy_text(data.checksum, file.checksum, "the checksum", error);
+            data.exist_checksum = 1;
+            data.size = static_cast<INT>(file.size);
+            data.exist_size = 1;
+            lists.add_list(&group.data_information, &data, sizeof data, 1, &blocks);
+            summary << "  " << file.name << "  size " << file.size << "  checksum " << file.checksum << "\n";
+        }
+        lists.add_list(&package.download_information, &group, sizeof group, 1, &blocks);
+    }
+
+    UTL_LIB_XML_VEXA_RESULT result = UTL_LIB_XML_VEXA_RESULT_NO_ERR;
+    if (bad == 0) {
+        utl_lib_xml_vexa_mediator mediator;
+        if (mediator.create(UTL_LIB_XML_VEXA_MESSAGE_FIRMWARE_PACKAGE, 1, &package, xml, result) != 0) {
+            error = "the schema mediator could not write the description (result " +
+                    std::to_string(static_cast<int>(result)) + ")";
+            bad = 1;
+        }
+    }
+    for (void* block : blocks) {
+        zulOSWOrgFreeMemPart(nullptr, block);
+    }
+    out += summary.str();
+    return bad;
+}
+
+int zip_folder(const std::string& staging, const std::string& output, std::string& error)
+{
+    std::error_code ignored;
+    fs::remove(output, ignored);
+    const std::string command = "cd '" + staging + "' && zip -q -X -r '" + output + "' .";
+    if (std::system(command.c_str()) != 0) {
+        error = "zip failed: " + command;
+        return 1;
+    }
+    return 0;
+}
+
+}  // namespace
+
+int parse_group(const std::string& text, group_request& group)
+{
+    const size_t colon = text.find(':');
+    if (colon == std::string::npos || colon == 0 || colon + 1 == text.size()) {
+        return 1;
+    }
+    group.type = text.substr(0, colon);
+    std::string rest = text.substr(colon + 1);
+    const size_t equals = rest.find('=');
+    group.version = rest.substr(0, equals);
+    group.files.clear();
+    if (equals != std::string::npos) {
+        std::stringstream names(rest.substr(equals + 1));
+        std::string name;
+        while (std::getline(names, name, ',')) {
+            if (!name.empty()) {
+                group.files.push_back(name);
+            }
+        }
+    }
+    return group.version.empty() ? 1 : 0;
+}
+
+int build_package(const build_request& request, std::string& error, std::string& out)
+{
+    std::vector<folder_file> files;
+    if (list_folder(request.folder, files, error) != 0) {
+        return 1;
+    }
+    std::string xml;
+    if (write_description(request, files, xml, error, out) != 0) {
+        return 1;
+    }
+
+    char staging_template[] = "/tmp/fwpkg-build-XXXXXX";
+    if (::mkdtemp(staging_template) == nullptr) {
+        error = "cannot create a staging folder";
+        return 1;
+    }
+    const std::string staging = staging_template;
+    int result = 0;
+    for (const folder_file& file : files) {
+        std::error_code failure;
+        fs::copy_file(fs::path(request.folder) / file.name, fs::path(staging) / file.name, failure);
+        if (failure) {
+            error = "cannot copy " + file.name + ": " + failure.message();
+            result = 1;
+            break;
+        }
+    }
+    if (result == 0) {
+        std::ofstream(fs::path(staging) / description_name, std::ios::binary) << xml;
+        result = zip_folder(staging, fs::absolute(request.output).string(), error);
+    }
+    std::error_code ignored;
+    fs::remove_all(staging, ignored);
+    return result;
+}
+
+}  // namespace norvane_tools
