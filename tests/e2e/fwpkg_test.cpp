@@ -100,7 +100,7 @@ TEST_F(fwpkg_test, check_reports_the_checksum_of_a_corrupted_file)
     std::string corrupted = files[1].bytes;
     corrupted[10] = static_cast<char>(corrupted[10] ^ 0x5A);
     write_file_bytes(unpacked + "/panel_firmware.bin", corrupted);
-    ASSERT_EQ(0, run("cd '" + unpacked + "' && zip -q -X -f '" + zip + "' panel_firmware.bin").status);
+    ASSERT_EQ(0, run("cd '" + unpacked + "' && zip -q -X '" + zip + "' panel_firmware.bin").status);
 
     const command_result check = run(std::string(FWPKG_BINARY) + " check '" + zip + "'");
     EXPECT_EQ(1, check.status);
