@@ -1,0 +1,106 @@
+#include "qav_mnt_fwupdate_lib_verify_file_info.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+namespace {
+
+using norvane::asc;
+using norvane::verify_file_info;
+
+verify_file_info make_info(const std::string& name, int32_t size, const std::string& check_sum)
+{
+    verify_file_info info;
+    info.file_name = name;
+    info.file_size = size;
+    info.check_sum = check_sum;
+    return info;
+}
+
+std::vector<std::string> names_of(const std::vector<verify_file_info>& list)
+{
+    std::vector<std::string> names;
+    for (const verify_file_info& info : list) {
+        names.push_back(info.file_name);
+    }
+    return names;
+}
+
+TEST(verify_file_info, DefaultConstructedRecordHasEmptyStrings)
+{
+    verify_file_info info;
+    EXPECT_EQ(info.file_name, "");
+    EXPECT_EQ(info.check_sum, "");
+}
+
+TEST(verify_file_info, CopyConstructionCopiesAllThreeFields)
+{
+    const verify_file_info original = make_info("a.bin", 100, "12345");
+    verify_file_info copy(original);
+    EXPECT_EQ(copy.file_name, "a.bin");
+    EXPECT_EQ(copy.file_size, 100);
+    EXPECT_EQ(copy.check_sum, "12345");
+}
+
+TEST(verify_file_info, CopyAssignmentReplacesAllThreeFields)
+{
+    verify_file_info target = make_info("old.bin", 1, "00001");
+    target = make_info("new.bin", -7, "54321");
+    EXPECT_EQ(target.file_name, "new.bin");
+    EXPECT_EQ(target.file_size, -7);
+    EXPECT_EQ(target.check_sum, "54321");
+}
+
+TEST(asc, EarlierNameSortsFirst)
+{
+    EXPECT_EQ(asc(make_info("a.bin", 0, ""), make_info("b.bin", 0, "")), 1);
+    EXPECT_EQ(asc(make_info("b.bin", 0, ""), make_info("a.bin", 0, "")), 0);
+}
+
+TEST(asc, EqualNamesAreEquivalentWhateverSizeAndChecksum)
+{
+    const verify_file_info small = make_info("a.bin", 1, "00001");
+    const verify_file_info large = make_info("a.bin", 999, "99999");
+    EXPECT_EQ(asc(small, large), 0);
+    EXPECT_EQ(asc(large, small), 0);
+}
+
+TEST(asc, ShorterPrefixSortsFirst)
+{
+    EXPECT_EQ(asc(make_info("a", 0, ""), make_info("ab", 0, "")), 1);
+    EXPECT_EQ(asc(make_info("ab", 0, ""), make_info("a", 0, "")), 0);
+    EXPECT_EQ(asc(make_info("", 0, ""), make_info("a", 0, "")), 1);
+}
+
+TEST(asc, ComparesBytesAsUnsigned)
+{
+    // 0xE9 is above 'z' as an unsigned byte (it would be negative as signed).
+    const verify_file_info high = make_info("\xE9t\xE9.bin", 0, "");
+    const verify_file_info z = make_info("z.bin", 0, "");
+    EXPECT_EQ(asc(z, high), 1);
+    EXPECT_EQ(asc(high, z), 0);
+}
+
+TEST(asc, IsCaseSensitiveWithUpperCaseFirst)
+{
+    EXPECT_EQ(asc(make_info("A.bin", 0, ""), make_info("a.bin", 0, "")), 1);
+    EXPECT_EQ(asc(make_info("a.bin", 0, ""), make_info("A.bin", 0, "")), 0);
+    EXPECT_EQ(asc(make_info("Z.bin", 0, ""), make_info("a.bin", 0, "")), 1);
+}
+
+TEST(asc, SortsAListBytewiseWithPrefixesFirst)
+{
+    std::vector<verify_file_info> list = {
+        make_info("b", 0, ""),  make_info("ab", 0, ""), make_info("\xC3\xA9", 0, ""),
+        make_info("a", 0, ""),  make_info("B", 0, ""),  make_info("a.bin", 0, ""),
+        make_info("_x", 0, ""), make_info("1", 0, ""),
+    };
+    std::sort(list.begin(), list.end(), asc);
+    const std::vector<std::string> expected = {"1", "B", "_x", "a", "a.bin", "ab", "b", "\xC3\xA9"};
+    EXPECT_EQ(names_of(list), expected);
+}
+
+}  // namespace
