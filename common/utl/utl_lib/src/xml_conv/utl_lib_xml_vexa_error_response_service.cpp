@@ -1,0 +1,151 @@
+#include "utl_lib_xml_vexa_error_response_service.h"
+
+#include <cstring>
+
+#include "osw_os_wrapper.h"
+#include "utl_lib_xml_local.h"
+#include "utl_lib_xml_vexa_data_utl.h"
+#include "utl_lib_xml_vexa_mediator.h"
+
+namespace norvane {
+
+namespace {
+
+constexpr size_t REXID_MAX_LENGTH = 38;
+constexpr size_t MESSAGE_MAX_LENGTH = 256;
+
+// The word that stands in the note's type attribute; null for no known type.
+const char* note_type_word(UTL_LIB_XML_VEXA_XMPP_NOTE_TYPE_ type)
+{
+    switch (type) {
+    case UTL_LIB_XML_VEXA_XMPP_NOTE_ERROR:
+        return "error";
+    case UTL_LIB_XML_VEXA_XMPP_NOTE_INFO:
+        return "info";
+    case UTL_LIB_XML_VEXA_XMPP_NOTE_WARN:
+        return "warn";
+    default:
+        return nullptr;
+    }
+}
+
+// Copies at most max characters of src, stopping after its NUL; at the limit
+// no terminator is added (the destination was zero-filled beforehand).
+void copy_bounded(char* dst, const char* src, size_t max)
+{
+    size_t length = strnlen(src, max);
+    std::memcpy(dst, src, length);
+    if (length < max) {
+        dst[length] = '\0';
+    }
+}
+
+}  // namespace
+
+utl_lib_xml_vexa_error_response_service::utl_lib_xml_vexa_error_response_service()
+    : xmpp_note_(static_cast<UTL_LIB_XML_VEXA_XMPP_NOTE_S*>(
+          zulOSWSubAllocMem(sizeof(UTL_LIB_XML_VEXA_XMPP_NOTE_S)))),
+      error_(static_cast<UTL_LIB_XML_VEXA_INTERFACE_ERROR_S*>(
+          zulOSWSubAllocMem(sizeof(UTL_LIB_XML_VEXA_INTERFACE_ERROR_S)))),
+      xml_vexa_mediator_(new utl_lib_xml_vexa_mediator()),
+      allocated_memory_(),
+      note_type_(UTL_LIB_XML_VEXA_XMPP_NOTE_TYPE_NONE),
+      note_value_()
+{
+    clear();
+}
+
+utl_lib_xml_vexa_error_response_service::~utl_lib_xml_vexa_error_response_service()
+{
+    clear();
+    zulOSWOrgFreeMemPart(nullptr, error_);
+    zulOSWOrgFreeMemPart(nullptr, xmpp_note_);
+    delete xml_vexa_mediator_;
+}
+
+int utl_lib_xml_vexa_error_response_service::clear()
+{
+    for (void* block : allocated_memory_) {
+        zulOSWOrgFreeMemPart(nullptr, block);
+    }
+    allocated_memory_.clear();
+    std::memset(error_, 0, sizeof(UTL_LIB_XML_VEXA_INTERFACE_ERROR_S));
+    std::memset(xmpp_note_, 0, sizeof(UTL_LIB_XML_VEXA_XMPP_NOTE_S));
+    note_type_ = UTL_LIB_XML_VEXA_XMPP_NOTE_TYPE_NONE;
+    note_value_.clear();
+    return 0;
+}
+
+int utl_lib_xml_vexa_error_response_service::set_rexid(const char* rexid)
+{
+    if (rexid == nullptr) {
+        return 0;
+    }
+    error_->exist_rexid = 1;
+    copy_bounded(error_->rexid, rexid, REXID_MAX_LENGTH);
+    return 0;
+}
+
+int utl_lib_xml_vexa_error_response_service::set_note(UTL_LIB_XML_VEXA_XMPP_NOTE_TYPE_ type,
+                                                      char* text)
+{
+    note_type_ = type;
+    if (text != nullptr) {
+        note_value_ = text;
+    }
+    return 0;
+}
+
+int utl_lib_xml_vexa_error_response_service::set_cmd_error(const UTL_LIB_XML_VEXA_XMPP_CMDERROR_S& e)
+{
+    // The record's own result_process list stays as add_result_process built it.
+    error_->code = e.code;
+    error_->subcode = e.subcode;
+    error_->exist_message = e.exist_message;
+    copy_bounded(error_->message, e.message, MESSAGE_MAX_LENGTH);
+    error_->result_progress = e.result_progress;
+    error_->exist_result_progress = e.exist_result_progress;
+    return 0;
+}
+
+int utl_lib_xml_vexa_error_response_service::add_result_process(
+    const UTL_LIB_XML_VEXA_PROGRESS_INFO_S* items, int count)
+{
+    if (items == nullptr) {
+        return 1;
+    }
+    // A negative count appends nothing, like a count of 0.
+    unsigned int entries = count > 0 ? static_cast<unsigned int>(count) : 0u;
+    utl_lib_xml_vexa_data_utl data_utl;
+    return data_utl.add_list(&error_->result_process, items,
+                             sizeof(UTL_LIB_XML_VEXA_PROGRESS_INFO_S), entries,
+                             &allocated_memory_);
+}
+
+int utl_lib_xml_vexa_error_response_service::create_note_tag(std::string& out)
+{
+    const char* word = note_type_word(note_type_);
+    if (word == nullptr) {
+        utl_lib_xml_trace("[XML][ERROR! ]note type error[%d]", static_cast<int>(note_type_));
+        return 1;
+    }
+    out = std::string("<note type=\"") + word + "\">" + note_value_ + "</note>";
+    return 0;
+}
+
+int utl_lib_xml_vexa_error_response_service::create_xml(std::string& out,
+                                                        UTL_LIB_XML_VEXA_RESULT& result)
+{
+    std::string note;
+    int ret = create_note_tag(note);
+    if (ret != 0) {
+        return ret;
+    }
+    std::string body;
+    ret = xml_vexa_mediator_->create(UTL_LIB_XML_VEXA_MESSAGE_ERROR, 0, error_, body, result);
+    out += note;
+    out += body;
+    return ret;
+}
+
+}  // namespace norvane
