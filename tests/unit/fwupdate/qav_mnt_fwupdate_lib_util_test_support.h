@@ -1,6 +1,7 @@
-// Test helpers for the file utilities and the folder list: environment
-// changes undone at scope end, stub tools first in PATH, process conditions
-// under which the C library's pipe and shell calls fail, and log splitting.
+// Test helpers for the file utilities, the file-info lists and the folder
+// list: records built in one call, environment changes undone at scope end,
+// stub tools first in PATH, process conditions under which the C library's
+// pipe and shell calls fail, and log splitting.
 #ifndef NORVANE_TESTS_QAV_MNT_FWUPDATE_LIB_UTIL_TEST_SUPPORT_H
 #define NORVANE_TESTS_QAV_MNT_FWUPDATE_LIB_UTIL_TEST_SUPPORT_H
 
@@ -17,6 +18,7 @@
 #include <string>
 #include <vector>
 
+#include "qav_mnt_fwupdate_lib_verify_file_info.h"
 #include "temp_dir.h"
 
 namespace norvane_test {
@@ -139,6 +141,25 @@ inline std::vector<std::string> split_lines(const std::string& text)
         lines.push_back(line);
     }
     return lines;
+}
+
+inline norvane::verify_file_info make_info(const std::string& name, int32_t size,
+                                          const std::string& check_sum)
+{
+    norvane::verify_file_info info;
+    info.file_name = name;
+    info.file_size = size;
+    info.check_sum = check_sum;
+    return info;
+}
+
+inline std::vector<std::string> names_of(const std::vector<norvane::verify_file_info>& list)
+{
+    std::vector<std::string> names;
+    for (const norvane::verify_file_info& info : list) {
+        names.push_back(info.file_name);
+    }
+    return names;
 }
 
 inline bool path_exists(const std::string& path)

@@ -6,28 +6,14 @@
 #include <string>
 #include <vector>
 
+#include "qav_mnt_fwupdate_lib_util_test_support.h"
+
 namespace {
 
 using norvane::qav_mnt_fwupdate_lib_verify_process;
 using norvane::verify_file_info;
-
-verify_file_info make_info(const std::string& name, int32_t size, const std::string& check_sum)
-{
-    verify_file_info info;
-    info.file_name = name;
-    info.file_size = size;
-    info.check_sum = check_sum;
-    return info;
-}
-
-std::vector<std::string> names_of(const std::vector<verify_file_info>& list)
-{
-    std::vector<std::string> names;
-    for (const verify_file_info& info : list) {
-        names.push_back(info.file_name);
-    }
-    return names;
-}
+using norvane_test::make_info;
+using norvane_test::names_of;
 
 struct check_outcome {
     int result;

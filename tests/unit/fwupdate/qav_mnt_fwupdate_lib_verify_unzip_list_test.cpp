@@ -21,19 +21,12 @@ namespace {
 using norvane::qav_mnt_fwupdate_lib_verify_process;
 using norvane::qav_mnt_fwupdate_lib_verify_unzip_list;
 using norvane::verify_file_info;
+using norvane_test::make_info;
+using norvane_test::names_of;
 using norvane_test::bsd_sum_text;
 using norvane_test::split_lines;
 using norvane_test::temp_dir;
 using testing::HasSubstr;
-
-verify_file_info make_info(const std::string& name, int32_t size, const std::string& check_sum)
-{
-    verify_file_info info;
-    info.file_name = name;
-    info.file_size = size;
-    info.check_sum = check_sum;
-    return info;
-}
 
 // The record the folder list is expected to build for a file of this content.
 verify_file_info folder_info(const std::string& name, const std::string& content)
@@ -45,15 +38,6 @@ MATCHER_P(same_record, expected, "")
 {
     return arg.file_name == expected.file_name && arg.file_size == expected.file_size &&
            arg.check_sum == expected.check_sum;
-}
-
-std::vector<std::string> names_of(const std::vector<verify_file_info>& list)
-{
-    std::vector<std::string> names;
-    for (const verify_file_info& info : list) {
-        names.push_back(info.file_name);
-    }
-    return names;
 }
 
 std::string folder_dump(const std::string& folder_path)
