@@ -91,6 +91,14 @@ parse_outcome parse_text(const std::string& xml)
 
 using events = std::vector<std::string>;
 
+// A factory-made accessor bound to a recording observer.
+class utl_lib_xml_accessor_fixture : public testing::Test {
+protected:
+    recording_observer observer_;
+    std::unique_ptr<utl_lib_xml_accessor> accessor_{
+        utl_lib_xml_accessor_factory::create_accessor(&observer_)};
+};
+
 // Reaches the handler installation on its own.
 class handler_installer : public utl_lib_xml_accessor_impl {
 public:
@@ -230,18 +238,15 @@ TEST(utl_lib_xml_accessor_test, unknown_encoding_is_refused)
               outcome.trace);
 }
 
-TEST(utl_lib_xml_accessor_test, failed_parser_creation_traces_and_notifies_error)
+TEST_F(utl_lib_xml_accessor_fixture, failed_parser_creation_traces_and_notifies_error)
 {
-    recording_observer observer;
-    std::unique_ptr<utl_lib_xml_accessor> accessor(
-        utl_lib_xml_accessor_factory::create_accessor(&observer));
     std::string text = "<a/>";
     fail_parser_create = true;
     testing::internal::CaptureStderr();
-    EXPECT_EQ(1, accessor->parse(text));
+    EXPECT_EQ(1, accessor_->parse(text));
     EXPECT_EQ("[XML][ERROR! ]Failed XML perser create. 0\n", testing::internal::GetCapturedStderr());
-    EXPECT_EQ((events{"error"}), observer.events);
-    EXPECT_EQ(0u, accessor->get_current_parse_position());
+    EXPECT_EQ((events{"error"}), observer_.events);
+    EXPECT_EQ(0u, accessor_->get_current_parse_position());
 }
 
 TEST(utl_lib_xml_accessor_test, handler_installation_on_null_parser_traces_and_fails)
@@ -262,49 +267,40 @@ TEST(utl_lib_xml_accessor_test, handler_installation_on_a_parser_succeeds)
     XML_ParserFree(parser);
 }
 
-TEST(utl_lib_xml_accessor_test, parse_position_is_0_outside_a_parse)
+TEST_F(utl_lib_xml_accessor_fixture, parse_position_is_0_outside_a_parse)
 {
-    recording_observer observer;
-    std::unique_ptr<utl_lib_xml_accessor> accessor(
-        utl_lib_xml_accessor_factory::create_accessor(&observer));
-    EXPECT_EQ(0u, accessor->get_current_parse_position());
+    EXPECT_EQ(0u, accessor_->get_current_parse_position());
     std::string text = "<a><b/></a>";
-    ASSERT_EQ(0, accessor->parse(text));
-    EXPECT_EQ(0u, accessor->get_current_parse_position());
+    ASSERT_EQ(0, accessor_->parse(text));
+    EXPECT_EQ(0u, accessor_->get_current_parse_position());
 }
 
-TEST(utl_lib_xml_accessor_test, parse_position_during_a_parse_is_the_byte_index)
+TEST_F(utl_lib_xml_accessor_fixture, parse_position_during_a_parse_is_the_byte_index)
 {
-    recording_observer observer;
-    std::unique_ptr<utl_lib_xml_accessor> accessor(
-        utl_lib_xml_accessor_factory::create_accessor(&observer));
-    observer.accessor = accessor.get();
+    observer_.accessor = accessor_.get();
     std::string text = "<a>\n  <bb x=\"1\"/><c/></a>";
-    ASSERT_EQ(0, accessor->parse(text));
-    EXPECT_EQ((std::vector<unsigned long>{0, 6, 17}), observer.positions);
+    ASSERT_EQ(0, accessor_->parse(text));
+    EXPECT_EQ((std::vector<unsigned long>{0, 6, 17}), observer_.positions);
 }
 
-TEST(utl_lib_xml_accessor_test, file_operations_are_refused_and_stat_succeeds)
+TEST_F(utl_lib_xml_accessor_fixture, file_operations_are_refused_and_stat_succeeds)
 {
-    recording_observer observer;
-    std::unique_ptr<utl_lib_xml_accessor> accessor(
-        utl_lib_xml_accessor_factory::create_accessor(&observer));
     utl_lib_xml_file file;
     file.drive = 1;
     file.area = 2;
     file.file_name = "FW_package.xml";
     std::string data = "<a/>";
     unsigned long size = data.size();
-    EXPECT_EQ(0, accessor->stat(file));
-    EXPECT_EQ(1, accessor->parse(file));
-    EXPECT_EQ(1, accessor->open(file, 0));
-    EXPECT_EQ(1, accessor->open(file, 1));
-    EXPECT_EQ(1, accessor->read(data, size));
-    EXPECT_EQ(1, accessor->write(data, size));
-    EXPECT_EQ(1, accessor->close());
+    EXPECT_EQ(0, accessor_->stat(file));
+    EXPECT_EQ(1, accessor_->parse(file));
+    EXPECT_EQ(1, accessor_->open(file, 0));
+    EXPECT_EQ(1, accessor_->open(file, 1));
+    EXPECT_EQ(1, accessor_->read(data, size));
+    EXPECT_EQ(1, accessor_->write(data, size));
+    EXPECT_EQ(1, accessor_->close());
     EXPECT_EQ("<a/>", data);
     EXPECT_EQ(4ul, size);
-    EXPECT_TRUE(observer.events.empty());
+    EXPECT_TRUE(observer_.events.empty());
 }
 
 TEST(utl_lib_xml_accessor_test, parse_without_observer_drops_every_notification)
@@ -320,19 +316,16 @@ TEST(utl_lib_xml_accessor_test, parse_without_observer_drops_every_notification)
               testing::internal::GetCapturedStderr());
 }
 
-TEST(utl_lib_xml_accessor_test, accessor_parses_again_after_a_failed_parse)
+TEST_F(utl_lib_xml_accessor_fixture, accessor_parses_again_after_a_failed_parse)
 {
-    recording_observer observer;
-    std::unique_ptr<utl_lib_xml_accessor> accessor(
-        utl_lib_xml_accessor_factory::create_accessor(&observer));
     std::string bad = "<a><b></a>";
     std::string good = "<c>z</c>";
     testing::internal::CaptureStderr();
-    EXPECT_EQ(1, accessor->parse(bad));
-    EXPECT_EQ(0, accessor->parse(good));
+    EXPECT_EQ(1, accessor_->parse(bad));
+    EXPECT_EQ(0, accessor_->parse(good));
     testing::internal::GetCapturedStderr();
     EXPECT_EQ((events{"start a {}", "start b {}", "error", "start c {}", "data z", "end c"}),
-              observer.events);
+              observer_.events);
 }
 
 TEST(utl_lib_xml_accessor_test, each_accessor_delivers_to_its_own_observer)

@@ -107,3 +107,14 @@ TEST(utl_lib_xml_enum_test, empty_registry_finds_nothing)
     EXPECT_EQ(5, value);
     EXPECT_EQ("x", name);
 }
+
+TEST(utl_lib_xml_enum_test, trace_of_a_long_name_is_not_cut)
+{
+    utl_lib_xml_enum registry(0);
+    std::string long_name(5000, 'n');
+    int value = 0;
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(1, registry.convert(long_name, value));
+    EXPECT_EQ("[XML][WARNING]enum not found. name=" + long_name + "\n",
+              testing::internal::GetCapturedStderr());
+}
