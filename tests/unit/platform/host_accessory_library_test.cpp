@@ -305,6 +305,12 @@ TEST_F(host_accessory_library_test, connect_fails_on_a_file_that_is_no_socket)
     EXPECT_NE(0, osl_mdev_aoa_connect(record_recv));
 }
 
+TEST_F(host_accessory_library_test, connect_fails_on_a_path_too_long_for_a_socket_address)
+{
+    ::setenv("FWUPDATE_AOA_SOCKET", ("/tmp/" + std::string(200, 'p') + ".sock").c_str(), 1);
+    EXPECT_NE(0, osl_mdev_aoa_connect(record_recv));
+}
+
 TEST_F(host_accessory_library_test, connect_refuses_null_function)
 {
     ASSERT_TRUE(mobile_.bound());
