@@ -436,6 +436,18 @@ TEST_F(communicate_aoa_test, recv_without_receiver_logs_and_drops_the_transfer)
     expect_counters_(0, 0);
 }
 
+TEST_F(communicate_aoa_test, recv_without_receiver_reports_even_a_close_event)
+{
+    attach_(nullptr);
+
+    testing::internal::CaptureStderr();
+    qav_mnt_fwupdate_lib_communicate_aoa::recv(1, nullptr, 0);
+    std::string log = testing::internal::GetCapturedStderr();
+
+    EXPECT_EQ("[ERR] recv(): receiver is NULL\n", log);
+    expect_counters_(0, 0);
+}
+
 TEST_F(communicate_aoa_test, connect_without_listener_fails_and_keeps_the_receiver)
 {
     recording_receiver receiver;
