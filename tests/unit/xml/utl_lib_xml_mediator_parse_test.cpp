@@ -6,11 +6,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstddef>
-#include <new>
 #include <string>
 #include <vector>
 
+#include "nothrow_new_fault.h"
 #include "temp_dir.h"
 #include "test_mediator.h"
 
@@ -23,29 +22,6 @@ using norvane::XADDR_DATA_TYPE_VECTOR_STRING;
 using norvane::UTL_LIB_XADDR_DATA_TYPE;
 using norvane::utl_lib_xml_file;
 using namespace norvane_test;
-
-namespace {
-
-// When set, the next allocation through the nothrow form of operator new
-// fails, as the accessor factory's does when memory runs out.
-bool fail_nothrow_new = false;
-
-}  // namespace
-
-// Every other nothrow allocation goes through the ordinary operator new, so
-// that new/delete pairs stay matched for the sanitizers.
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept
-{
-    if (fail_nothrow_new) {
-        fail_nothrow_new = false;
-        return nullptr;
-    }
-    try {
-        return ::operator new(size);
-    } catch (...) {
-        return nullptr;
-    }
-}
 
 namespace {
 
