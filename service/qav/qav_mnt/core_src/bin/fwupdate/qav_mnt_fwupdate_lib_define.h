@@ -99,7 +99,8 @@ inline QAV_MNT_FWUPDATE_PACKATE_HEADER_ qav_mnt_fwupdate_make_reply_header(
     return reply;
 }
 
-// Messages on the controller's queue.
+// Messages on the controller's queue. The width is fixed at 32 bits, so any
+// value that comes out of the queue, known or not, is representable.
 enum _QAV_MNT_FWUPDATE_MSG_ID_ : int32_t {
     QAV_MNT_FWUPDATE_MSG_ID_NONE = 0,
     QAV_MNT_FWUPDATE_MSG_ID_START_DOWNLOADING = 1,
