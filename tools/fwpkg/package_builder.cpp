@@ -1,6 +1,7 @@
 #include "package_builder.h"
 
 #include "qav_mnt_fwupdate_lib_util.h"
+#include "osw_os_wrapper.h"
 #include "schema_names.h"
 #include "utl_lib_xml_vexa_data.h"
 #include "utl_lib_xml_vexa_data_utl.h"
