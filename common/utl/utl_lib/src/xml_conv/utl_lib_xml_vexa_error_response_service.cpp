@@ -6,12 +6,12 @@
 #include "utl_lib_xml_local.h"
 #include "utl_lib_xml_vexa_data_utl.h"
 #include "utl_lib_xml_vexa_mediator.h"
+#include "utl_lib_xml_vexa_message_local.h"
 
 namespace norvane {
 
 namespace {
 
-constexpr size_t REXID_MAX_LENGTH = 38;
 constexpr size_t MESSAGE_MAX_LENGTH = 256;
 
 // The word that stands in the note's type attribute; null for no known type.
@@ -29,24 +29,11 @@ const char* note_type_word(UTL_LIB_XML_VEXA_XMPP_NOTE_TYPE_ type)
     }
 }
 
-// Copies at most max characters of src, stopping after its NUL; at the limit
-// no terminator is added (the destination was zero-filled beforehand).
-void copy_bounded(char* dst, const char* src, size_t max)
-{
-    size_t length = strnlen(src, max);
-    std::memcpy(dst, src, length);
-    if (length < max) {
-        dst[length] = '\0';
-    }
-}
-
 }  // namespace
 
 utl_lib_xml_vexa_error_response_service::utl_lib_xml_vexa_error_response_service()
-    : xmpp_note_(static_cast<UTL_LIB_XML_VEXA_XMPP_NOTE_S*>(
-          zulOSWSubAllocMem(sizeof(UTL_LIB_XML_VEXA_XMPP_NOTE_S)))),
-      error_(static_cast<UTL_LIB_XML_VEXA_INTERFACE_ERROR_S*>(
-          zulOSWSubAllocMem(sizeof(UTL_LIB_XML_VEXA_INTERFACE_ERROR_S)))),
+    : xmpp_note_(utl_lib_xml_vexa_alloc_record<UTL_LIB_XML_VEXA_XMPP_NOTE_S>()),
+      error_(utl_lib_xml_vexa_alloc_record<UTL_LIB_XML_VEXA_INTERFACE_ERROR_S>()),
       xml_vexa_mediator_(new utl_lib_xml_vexa_mediator()),
       allocated_memory_(),
       note_type_(UTL_LIB_XML_VEXA_XMPP_NOTE_TYPE_NONE),
@@ -65,10 +52,7 @@ utl_lib_xml_vexa_error_response_service::~utl_lib_xml_vexa_error_response_servic
 
 int utl_lib_xml_vexa_error_response_service::clear()
 {
-    for (void* block : allocated_memory_) {
-        zulOSWOrgFreeMemPart(nullptr, block);
-    }
-    allocated_memory_.clear();
+    utl_lib_xml_vexa_free_blocks(allocated_memory_);
     std::memset(error_, 0, sizeof(UTL_LIB_XML_VEXA_INTERFACE_ERROR_S));
     std::memset(xmpp_note_, 0, sizeof(UTL_LIB_XML_VEXA_XMPP_NOTE_S));
     note_type_ = UTL_LIB_XML_VEXA_XMPP_NOTE_TYPE_NONE;
@@ -82,7 +66,7 @@ int utl_lib_xml_vexa_error_response_service::set_rexid(const char* rexid)
         return 0;
     }
     error_->exist_rexid = 1;
-    copy_bounded(error_->rexid, rexid, REXID_MAX_LENGTH);
+    utl_lib_xml_vexa_copy_text(error_->rexid, rexid, UTL_LIB_XML_VEXA_REXID_MAX_LENGTH);
     return 0;
 }
 
@@ -102,7 +86,7 @@ int utl_lib_xml_vexa_error_response_service::set_cmd_error(const UTL_LIB_XML_VEX
     error_->code = e.code;
     error_->subcode = e.subcode;
     error_->exist_message = e.exist_message;
-    copy_bounded(error_->message, e.message, MESSAGE_MAX_LENGTH);
+    utl_lib_xml_vexa_copy_text(error_->message, e.message, MESSAGE_MAX_LENGTH);
     error_->result_progress = e.result_progress;
     error_->exist_result_progress = e.exist_result_progress;
     return 0;

@@ -7,36 +7,22 @@
 #include "utl_lib_xml_vexa_data_utl.h"
 #include "utl_lib_xml_vexa_error_response_service.h"
 #include "utl_lib_xml_vexa_mediator.h"
+#include "utl_lib_xml_vexa_message_local.h"
 
 namespace norvane {
 
 namespace {
 
-// Longest request identifier kept; the record's array has one byte more.
-constexpr size_t REXID_MAX_LENGTH = 38;
 // Longest texts handed out of the package header.
 constexpr size_t DEVICE_ID_MAX_LENGTH = 21;
 constexpr size_t PACKAGE_VERSION_MAX_LENGTH = 32;
 constexpr size_t DESCRIPTION_MAX_LENGTH = 128;
 
-// Copies at most max characters of src, stopping after its NUL; at the limit
-// no terminator is added (the destination was zero-filled beforehand).
-void copy_bounded(char* dst, const char* src, size_t max)
-{
-    size_t length = strnlen(src, max);
-    std::memcpy(dst, src, length);
-    if (length < max) {
-        dst[length] = '\0';
-    }
-}
-
 }  // namespace
 
 utl_lib_xml_vexa_firmware_upgrade_service::utl_lib_xml_vexa_firmware_upgrade_service()
-    : request_(static_cast<UTL_LIB_XML_VEXA_INTERFACE_REQUEST_S*>(
-          zulOSWSubAllocMem(sizeof(UTL_LIB_XML_VEXA_INTERFACE_REQUEST_S)))),
-      response_(static_cast<UTL_LIB_XML_VEXA_INTERFACE_RESPONSE_S*>(
-          zulOSWSubAllocMem(sizeof(UTL_LIB_XML_VEXA_INTERFACE_RESPONSE_S)))),
+    : request_(utl_lib_xml_vexa_alloc_record<UTL_LIB_XML_VEXA_INTERFACE_REQUEST_S>()),
+      response_(utl_lib_xml_vexa_alloc_record<UTL_LIB_XML_VEXA_INTERFACE_RESPONSE_S>()),
       err_res_(new utl_lib_xml_vexa_error_response_service()),
       xml_vexa_mediator_(new utl_lib_xml_vexa_mediator()),
       allocated_memory_()
@@ -55,10 +41,7 @@ utl_lib_xml_vexa_firmware_upgrade_service::~utl_lib_xml_vexa_firmware_upgrade_se
 
 int utl_lib_xml_vexa_firmware_upgrade_service::clear()
 {
-    for (void* block : allocated_memory_) {
-        zulOSWOrgFreeMemPart(nullptr, block);
-    }
-    allocated_memory_.clear();
+    utl_lib_xml_vexa_free_blocks(allocated_memory_);
     std::memset(request_, 0, sizeof(UTL_LIB_XML_VEXA_INTERFACE_REQUEST_S));
     std::memset(response_, 0, sizeof(UTL_LIB_XML_VEXA_INTERFACE_RESPONSE_S));
     return 0;
@@ -82,7 +65,7 @@ int utl_lib_xml_vexa_firmware_upgrade_service::parse_xml(const std::string& xml,
     // The answer carries the identifier of the request it answers.
     if (request_->exist_rexid == 1) {
         response_->exist_rexid = 1;
-        copy_bounded(response_->rexid, request_->rexid, REXID_MAX_LENGTH);
+        utl_lib_xml_vexa_copy_text(response_->rexid, request_->rexid, UTL_LIB_XML_VEXA_REXID_MAX_LENGTH);
     }
     return ret;
 }
@@ -108,8 +91,7 @@ int utl_lib_xml_vexa_firmware_upgrade_service::create_status_xml(
 {
     // A status message carries the two status fields alone, never the
     // member response's identifier or progress.
-    auto* status = static_cast<UTL_LIB_XML_VEXA_INTERFACE_RESPONSE_S*>(
-        zulOSWSubAllocMem(sizeof(UTL_LIB_XML_VEXA_INTERFACE_RESPONSE_S)));
+    auto* status = utl_lib_xml_vexa_alloc_record<UTL_LIB_XML_VEXA_INTERFACE_RESPONSE_S>();
     if (status == nullptr) {
         result = UTL_LIB_XML_VEXA_RESULT_MEMORY_ERR;
         return 1;
@@ -129,7 +111,7 @@ int utl_lib_xml_vexa_firmware_upgrade_service::get_rexid(int& exist, char* rexid
     }
     exist = request_->exist_rexid;
     if (exist == 1) {
-        copy_bounded(rexid, request_->rexid, REXID_MAX_LENGTH);
+        utl_lib_xml_vexa_copy_text(rexid, request_->rexid, UTL_LIB_XML_VEXA_REXID_MAX_LENGTH);
     }
     return 0;
 }
@@ -144,15 +126,15 @@ int utl_lib_xml_vexa_firmware_upgrade_service::get_firmware_upgrade(
     const UTL_LIB_XML_VEXA_FIRMWARE_PACKAGE_S& package = request_->firmware_package;
     exist_device_id = package.exist_device_id;
     if (exist_device_id == 1 && device_id != nullptr) {
-        copy_bounded(device_id, package.device_id, DEVICE_ID_MAX_LENGTH);
+        utl_lib_xml_vexa_copy_text(device_id, package.device_id, DEVICE_ID_MAX_LENGTH);
     }
     exist_package_version = package.exist_package_version;
     if (exist_package_version == 1 && package_version != nullptr) {
-        copy_bounded(package_version, package.package_version, PACKAGE_VERSION_MAX_LENGTH);
+        utl_lib_xml_vexa_copy_text(package_version, package.package_version, PACKAGE_VERSION_MAX_LENGTH);
     }
     exist_description = package.exist_description;
     if (exist_description == 1 && description != nullptr) {
-        copy_bounded(description, package.description, DESCRIPTION_MAX_LENGTH);
+        utl_lib_xml_vexa_copy_text(description, package.description, DESCRIPTION_MAX_LENGTH);
     }
     exist_total_size = package.exist_total_size;
     if (exist_total_size == 1 && total_size != nullptr) {
@@ -226,7 +208,7 @@ int utl_lib_xml_vexa_firmware_upgrade_service::set_rexid(
 {
     if (rexid != nullptr) {
         response_->exist_rexid = 1;
-        copy_bounded(response_->rexid, rexid, REXID_MAX_LENGTH);
+        utl_lib_xml_vexa_copy_text(response_->rexid, rexid, UTL_LIB_XML_VEXA_REXID_MAX_LENGTH);
         err_res_->set_rexid(rexid);
     }
     if (progress != nullptr) {

@@ -7,12 +7,11 @@
 #include "utl_lib_xml_local.h"
 #include "utl_lib_xml_vexa_data_utl.h"
 #include "utl_lib_xml_vexa_mediator.h"
+#include "utl_lib_xml_vexa_message_local.h"
 
 namespace norvane {
 
 namespace {
-
-constexpr size_t REXID_MAX_LENGTH = 38;
 
 // Appends count progress entries to list; the nodes go into allocated.
 int append_progress(LIST* list, const UTL_LIB_XML_VEXA_PROGRESS_INFO_S* items, int count,
@@ -25,24 +24,11 @@ int append_progress(LIST* list, const UTL_LIB_XML_VEXA_PROGRESS_INFO_S* items, i
                              &allocated);
 }
 
-// Copies at most max characters of src, stopping after its NUL; at the limit
-// no terminator is added (the destination was zero-filled beforehand).
-void copy_bounded(char* dst, const char* src, size_t max)
-{
-    size_t length = strnlen(src, max);
-    std::memcpy(dst, src, length);
-    if (length < max) {
-        dst[length] = '\0';
-    }
-}
-
 }  // namespace
 
 utl_lib_xml_vexa_xmpp_service::utl_lib_xml_vexa_xmpp_service()
-    : request_(static_cast<UTL_LIB_XML_VEXA_INTERFACE_REQUEST_S*>(
-          zulOSWSubAllocMem(sizeof(UTL_LIB_XML_VEXA_INTERFACE_REQUEST_S)))),
-      response_(static_cast<UTL_LIB_XML_VEXA_INTERFACE_RESPONSE_S*>(
-          zulOSWSubAllocMem(sizeof(UTL_LIB_XML_VEXA_INTERFACE_RESPONSE_S)))),
+    : request_(utl_lib_xml_vexa_alloc_record<UTL_LIB_XML_VEXA_INTERFACE_REQUEST_S>()),
+      response_(utl_lib_xml_vexa_alloc_record<UTL_LIB_XML_VEXA_INTERFACE_RESPONSE_S>()),
       error_(nullptr),
       xmpp_note_(nullptr),
       note_type_(UTL_LIB_XML_VEXA_XMPP_NOTE_TYPE_NONE),
@@ -63,10 +49,7 @@ utl_lib_xml_vexa_xmpp_service::~utl_lib_xml_vexa_xmpp_service()
 
 int utl_lib_xml_vexa_xmpp_service::clear()
 {
-    for (void* block : allocated_memory_) {
-        zulOSWOrgFreeMemPart(nullptr, block);
-    }
-    allocated_memory_.clear();
+    utl_lib_xml_vexa_free_blocks(allocated_memory_);
     std::memset(request_, 0, sizeof(UTL_LIB_XML_VEXA_INTERFACE_REQUEST_S));
     std::memset(response_, 0, sizeof(UTL_LIB_XML_VEXA_INTERFACE_RESPONSE_S));
     return 0;
@@ -94,7 +77,7 @@ int utl_lib_xml_vexa_xmpp_service::set_rexid(const char* rexid)
         return 1;
     }
     response_->exist_rexid = 1;
-    copy_bounded(response_->rexid, rexid, REXID_MAX_LENGTH);
+    utl_lib_xml_vexa_copy_text(response_->rexid, rexid, UTL_LIB_XML_VEXA_REXID_MAX_LENGTH);
     return 0;
 }
 
@@ -106,7 +89,7 @@ int utl_lib_xml_vexa_xmpp_service::get_rexid(int& exist, char* out)
     }
     exist = request_->exist_rexid;
     if (exist == 1) {
-        copy_bounded(out, request_->rexid, REXID_MAX_LENGTH);
+        utl_lib_xml_vexa_copy_text(out, request_->rexid, UTL_LIB_XML_VEXA_REXID_MAX_LENGTH);
     }
     return 0;
 }
