@@ -26,6 +26,7 @@ struct queue_control {
     bool fail_receive = false;
     bool hold = false;
     int idle_receivers = 0;
+    int queued = 0;
     int created = 0;
     int alive = 0;
     int sends = 0;
@@ -127,6 +128,7 @@ OSW_Message_Queue::~OSW_Message_Queue()
     queue_control& control = queues_();
     std::lock_guard<std::mutex> held(control.lock);
     control.alive--;
+    control.queued -= static_cast<int>(impl_->slots_.size());
     delete impl_;
     impl_ = nullptr;
 }
@@ -152,6 +154,7 @@ int OSW_Message_Queue::send(const void* msg, unsigned int size, unsigned int tim
     std::string slot(impl_->size_, '\0');
     std::memcpy(&slot[0], msg, size);
     impl_->slots_.push_back(slot);
+    control.queued++;
     control.sends++;
     control.changed.notify_all();
     return 0;
@@ -184,6 +187,7 @@ int OSW_Message_Queue::receive(void* msg, unsigned int size, unsigned int timeou
     }
     std::memcpy(msg, impl_->slots_.front().data(), size < impl_->size_ ? size : impl_->size_);
     impl_->slots_.pop_front();
+    control.queued--;
     control.changed.notify_all();
     return 0;
 }
@@ -312,7 +316,10 @@ bool fake_os_wrapper::wait_receiver_idle(int timeout_ms)
     queue_control& control = queues_();
     std::unique_lock<std::mutex> held(control.lock);
     return control.changed.wait_for(held, std::chrono::milliseconds(timeout_ms),
-                                    [&control] { return control.idle_receivers > 0; });
+                                    [&control] {
+                                        return control.idle_receivers > 0 &&
+                                               (control.hold || control.queued == 0);
+                                    });
 }
 
 int fake_os_wrapper::queues_created()

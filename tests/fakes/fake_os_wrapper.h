@@ -25,8 +25,9 @@ public:
     // While held, receivers wait even when messages are queued.
     static void hold_receive(bool hold);
 
-    // Waits until some receiver is blocked on an empty or held queue; false
-    // when that does not happen within timeout_ms.
+    // Waits until a receiver is blocked and no message is waiting for it (or
+    // receiving is held): everything sent so far has been handled. False when
+    // that does not happen within timeout_ms.
     static bool wait_receiver_idle(int timeout_ms);
 
     // Queues created since reset, the arguments of the last one, and how many
