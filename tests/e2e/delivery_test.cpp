@@ -171,9 +171,7 @@ TEST_F(delivery_test, body_in_the_first_transfer_corrupts_the_stored_package)
 TEST_F(delivery_test, program_ignores_its_command_line)
 {
     const auto files = sample_files(3000, 300);
-    norvane_tools::program_environment environment{phone_.path(), state_dir_, "",
-                                                   FWUPDATE_HOST_BIN_DIR, dir_.file("program.log")};
-    ASSERT_EQ(0, program_.start(QAV_MNT_FWUPDATE_BINARY, environment, {"--help", "-x", "extra"}));
+    ASSERT_EQ(0, program_.start(program_binary(), environment_with(""), {"--help", "-x", "extra"}));
     ASSERT_EQ(0, phone_.accept_program(10000));
     session_ = std::make_unique<norvane_tools::mobile_session>(phone_, 30000);
     EXPECT_EQ(upload_ok, upload(make_package(files, "2.0", "DEVICE_FIRMWARE"), upload_options{}));

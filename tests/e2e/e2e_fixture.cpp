@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <chrono>
 #include <random>
+#include <sstream>
 #include <thread>
 
 namespace norvane_test {
@@ -101,11 +102,30 @@ std::string e2e_fixture::make_package(const std::vector<package_file>& files,
     return make_package(files, package_description(truthful_declarations(files), version, type));
 }
 
+std::string e2e_fixture::program_binary()
+{
+    const char* chosen = std::getenv("FWUPDATE_E2E_PROGRAM");
+    return (chosen != nullptr && chosen[0] != '\0') ? chosen : QAV_MNT_FWUPDATE_BINARY;
+}
+
+program_environment e2e_fixture::environment_with(const std::string& faults) const
+{
+    norvane_tools::program_environment environment{phone_.path(), state_dir_, faults,
+                                                   FWUPDATE_HOST_BIN_DIR, dir_.file("program.log"), {}};
+    const char* launcher = std::getenv("FWUPDATE_E2E_LAUNCHER");
+    if (launcher != nullptr) {
+        std::istringstream words(launcher);
+        std::string word;
+        while (words >> word) {
+            environment.launcher.push_back(word);
+        }
+    }
+    return environment;
+}
+
 int e2e_fixture::start_program(const std::string& faults)
 {
-    program_environment environment{phone_.path(), state_dir_, faults, FWUPDATE_HOST_BIN_DIR,
-                                    dir_.file("program.log")};
-    if (program_.start(QAV_MNT_FWUPDATE_BINARY, environment) != 0) {
+    if (program_.start(program_binary(), environment_with(faults)) != 0) {
         return 1;
     }
     if (phone_.accept_program(10000) != 0) {

@@ -51,6 +51,11 @@ protected:
     std::string make_package(const std::vector<package_file>& files, const std::string& version,
                              const std::string& type);
 
+    // The program under test: the binary of this build, or FWUPDATE_E2E_PROGRAM,
+    // started through FWUPDATE_E2E_LAUNCHER when that is set (for a binary
+    // built for the device, run under emulation).
+    static std::string program_binary();
+    norvane_tools::program_environment environment_with(const std::string& faults) const;
     // Starts the program with FWUPDATE_FAULTS and waits for it to connect.
     // Returns 0 when it connected.
     int start_program(const std::string& faults = "");

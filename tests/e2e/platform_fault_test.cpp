@@ -30,9 +30,7 @@ protected:
 
 TEST_F(platform_fault_test, refused_download_start_ends_before_connecting)
 {
-    norvane_tools::program_environment environment{phone_.path(), state_dir_, "dlstart",
-                                                   FWUPDATE_HOST_BIN_DIR, dir_.file("program.log")};
-    ASSERT_EQ(0, program_.start(QAV_MNT_FWUPDATE_BINARY, environment));
+    ASSERT_EQ(0, program_.start(program_binary(), environment_with("dlstart")));
     EXPECT_EQ(1, wait_program());
     EXPECT_NE(0, phone_.accept_program(0));
 
@@ -45,9 +43,7 @@ TEST_F(platform_fault_test, refused_download_start_ends_before_connecting)
 
 TEST_F(platform_fault_test, link_that_cannot_connect_ends_the_run_with_status_1)
 {
-    norvane_tools::program_environment environment{phone_.path(), state_dir_, "aoa_connect",
-                                                   FWUPDATE_HOST_BIN_DIR, dir_.file("program.log")};
-    ASSERT_EQ(0, program_.start(QAV_MNT_FWUPDATE_BINARY, environment));
+    ASSERT_EQ(0, program_.start(program_binary(), environment_with("aoa_connect")));
     EXPECT_EQ(1, wait_program());
 
     EXPECT_EQ(0u, service_log().find("dlstart\n"));

@@ -54,12 +54,15 @@ int program_runner::start(const std::string& binary, const program_environment& 
             }
         }
         std::vector<char*> argv;
+        for (const std::string& word : environment.launcher) {
+            argv.push_back(const_cast<char*>(word.c_str()));
+        }
         argv.push_back(const_cast<char*>(binary.c_str()));
         for (const std::string& arg : args) {
             argv.push_back(const_cast<char*>(arg.c_str()));
         }
         argv.push_back(nullptr);
-        ::execv(binary.c_str(), argv.data());
+        ::execvp(argv[0], argv.data());
         ::_exit(127);
     }
     pid_ = child;

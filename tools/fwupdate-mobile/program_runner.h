@@ -15,6 +15,9 @@ struct program_environment {
     std::string faults;           // FWUPDATE_FAULTS, empty for none
     std::string host_bin_dir;     // put first in PATH (the busybox front)
     std::string log_path;         // the program's standard error; empty: inherit
+    // Words put before the binary, e.g. "qemu-arm -L /usr/arm-linux-gnueabihf"
+    // to run a program built for the device under emulation.
+    std::vector<std::string> launcher;
 };
 
 // The extraction folder the program uses; the program never empties it, so
