@@ -17,6 +17,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <string>
 #include <unistd.h>
 #include <vector>
@@ -45,6 +46,7 @@ struct settings {
     std::string faults;
     std::string program_log;
     std::string host_bin_dir = FWUPDATE_HOST_BIN_DIR;
+    std::string launcher;
     upload_options upload;
     int timeout_s = 600;
     int exit_wait_s = 5;
@@ -65,6 +67,7 @@ const char* usage_text =
     "  --faults LIST         the program's FWUPDATE_FAULTS (with --run)\n"
     "  --program-log FILE    the program's standard error goes to FILE (with --run)\n"
     "  --host-bin DIR        folder put first in the program's PATH (the busybox front)\n"
+    "  --launcher WORDS      start the program through WORDS, e.g. \"qemu-arm -L /usr/arm-linux-gnueabihf\"\n"
     "  --request-id N --version N --reserved N   identity of the requests (default 1, 1, 0)\n"
     "  --transfer-size N     bytes per transfer, at most 65536 (default 16384)\n"
     "  --first-transfer-with-body   put body bytes into the header's transfer\n"
@@ -77,6 +80,17 @@ std::string env_or(const char* name, const char* fallback)
 {
     const char* value = std::getenv(name);
     return (value != nullptr && value[0] != '\0') ? value : fallback;
+}
+
+std::vector<std::string> split_words(const std::string& text)
+{
+    std::istringstream stream(text);
+    std::vector<std::string> words;
+    std::string word;
+    while (stream >> word) {
+        words.push_back(word);
+    }
+    return words;
 }
 
 bool is_command_word(const std::string& word)
@@ -115,6 +129,7 @@ int parse_arguments(int argc, char** argv, settings& config)
         else if (word == "--faults") bad = value(config.faults);
         else if (word == "--program-log") bad = value(config.program_log);
         else if (word == "--host-bin") bad = value(config.host_bin_dir);
+        else if (word == "--launcher") bad = value(config.launcher);
         else if (word == "--request-id") { bad = number(0xFFFF, n); config.upload.request_id = static_cast<uint16_t>(n); }
         else if (word == "--version") { bad = number(0xFFFF, n); config.upload.version = static_cast<uint16_t>(n); }
         else if (word == "--reserved") { bad = number(0xFFFF, n); config.upload.reserved = static_cast<uint16_t>(n); }
@@ -263,7 +278,8 @@ int main(int argc, char** argv)
             return exit_usage;
         }
         program_environment environment{config.socket_path, config.state_dir, config.faults,
-                                        config.host_bin_dir, config.program_log};
+                                        config.host_bin_dir, config.program_log,
+                                        split_words(config.launcher)};
         if (program.start(config.run_binary, environment) != 0) {
             report.line("cannot start " + config.run_binary);
             return exit_usage;
