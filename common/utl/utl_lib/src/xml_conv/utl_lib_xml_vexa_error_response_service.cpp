@@ -4,7 +4,6 @@
 
 #include "osw_os_wrapper.h"
 #include "utl_lib_xml_local.h"
-#include "utl_lib_xml_vexa_data_utl.h"
 #include "utl_lib_xml_vexa_mediator.h"
 #include "utl_lib_xml_vexa_message_local.h"
 
@@ -80,7 +79,8 @@ int utl_lib_xml_vexa_error_response_service::set_note(UTL_LIB_XML_VEXA_XMPP_NOTE
     return 0;
 }
 
-int utl_lib_xml_vexa_error_response_service::set_cmd_error(const UTL_LIB_XML_VEXA_XMPP_CMDERROR_S& e)
+int utl_lib_xml_vexa_error_response_service::set_cmd_error(
+    const UTL_LIB_XML_VEXA_XMPP_CMDERROR_S& e)
 {
     // The record's own result_process list stays as add_result_process built it.
     error_->code = e.code;
@@ -98,12 +98,8 @@ int utl_lib_xml_vexa_error_response_service::add_result_process(
     if (items == nullptr) {
         return 1;
     }
-    // A negative count appends nothing, like a count of 0.
-    unsigned int entries = count > 0 ? static_cast<unsigned int>(count) : 0u;
-    utl_lib_xml_vexa_data_utl data_utl;
-    return data_utl.add_list(&error_->result_process, items,
-                             sizeof(UTL_LIB_XML_VEXA_PROGRESS_INFO_S), entries,
-                             &allocated_memory_);
+    return utl_lib_xml_vexa_append_progress(&error_->result_process, items, count,
+                                            allocated_memory_);
 }
 
 int utl_lib_xml_vexa_error_response_service::create_note_tag(std::string& out)

@@ -65,7 +65,8 @@ int utl_lib_xml_vexa_firmware_upgrade_service::parse_xml(const std::string& xml,
     // The answer carries the identifier of the request it answers.
     if (request_->exist_rexid == 1) {
         response_->exist_rexid = 1;
-        utl_lib_xml_vexa_copy_text(response_->rexid, request_->rexid, UTL_LIB_XML_VEXA_REXID_MAX_LENGTH);
+        utl_lib_xml_vexa_copy_text(response_->rexid, request_->rexid,
+                                   UTL_LIB_XML_VEXA_REXID_MAX_LENGTH);
     }
     return ret;
 }
@@ -130,7 +131,8 @@ int utl_lib_xml_vexa_firmware_upgrade_service::get_firmware_upgrade(
     }
     exist_package_version = package.exist_package_version;
     if (exist_package_version == 1 && package_version != nullptr) {
-        utl_lib_xml_vexa_copy_text(package_version, package.package_version, PACKAGE_VERSION_MAX_LENGTH);
+        utl_lib_xml_vexa_copy_text(package_version, package.package_version,
+                                   PACKAGE_VERSION_MAX_LENGTH);
     }
     exist_description = package.exist_description;
     if (exist_description == 1 && description != nullptr) {

@@ -9,6 +9,8 @@
 #include <vector>
 
 #include "osw_os_wrapper.h"
+#include "utl_lib_xml_vexa_data.h"
+#include "utl_lib_xml_vexa_data_utl.h"
 
 namespace norvane {
 
@@ -40,6 +42,18 @@ inline void utl_lib_xml_vexa_copy_text(char* dst, const char* src, size_t max)
     if (length < max) {
         dst[length] = '\0';
     }
+}
+
+// Appends count progress entries to list through the list helper; the new
+// nodes go into allocated. A count below 1 appends nothing.
+inline int utl_lib_xml_vexa_append_progress(LIST* list,
+                                            const UTL_LIB_XML_VEXA_PROGRESS_INFO_S* items,
+                                            int count, std::vector<void*>& allocated)
+{
+    unsigned int entries = count > 0 ? static_cast<unsigned int>(count) : 0u;
+    utl_lib_xml_vexa_data_utl data_utl;
+    return data_utl.add_list(list, items, sizeof(UTL_LIB_XML_VEXA_PROGRESS_INFO_S), entries,
+                             &allocated);
 }
 
 }  // namespace norvane

@@ -5,26 +5,10 @@
 
 #include "osw_os_wrapper.h"
 #include "utl_lib_xml_local.h"
-#include "utl_lib_xml_vexa_data_utl.h"
 #include "utl_lib_xml_vexa_mediator.h"
 #include "utl_lib_xml_vexa_message_local.h"
 
 namespace norvane {
-
-namespace {
-
-// Appends count progress entries to list; the nodes go into allocated.
-int append_progress(LIST* list, const UTL_LIB_XML_VEXA_PROGRESS_INFO_S* items, int count,
-                     std::vector<void*>& allocated)
-{
-    // A negative count appends nothing, like a count of 0.
-    unsigned int entries = count > 0 ? static_cast<unsigned int>(count) : 0u;
-    utl_lib_xml_vexa_data_utl data_utl;
-    return data_utl.add_list(list, items, sizeof(UTL_LIB_XML_VEXA_PROGRESS_INFO_S), entries,
-                             &allocated);
-}
-
-}  // namespace
 
 utl_lib_xml_vexa_xmpp_service::utl_lib_xml_vexa_xmpp_service()
     : request_(utl_lib_xml_vexa_alloc_record<UTL_LIB_XML_VEXA_INTERFACE_REQUEST_S>()),
@@ -131,8 +115,8 @@ int utl_lib_xml_vexa_xmpp_service::add_progress_info(const UTL_LIB_XML_VEXA_PROG
     if (items == nullptr) {
         return 1;
     }
-    int ret = append_progress(&response_->progress.process_info, items, count,
-                               allocated_memory_);
+    int ret = utl_lib_xml_vexa_append_progress(&response_->progress.process_info, items, count,
+                                               allocated_memory_);
     response_->exist_progress = 1;
     return ret;
 }
@@ -143,8 +127,8 @@ int utl_lib_xml_vexa_xmpp_service::add_result_process(
     if (items == nullptr) {
         return 1;
     }
-    int ret = append_progress(&response_->command_result.result_process, items, count,
-                               allocated_memory_);
+    int ret = utl_lib_xml_vexa_append_progress(&response_->command_result.result_process, items,
+                                               count, allocated_memory_);
     response_->exist_command_result = 1;
     return ret;
 }
