@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -71,16 +72,24 @@ int program_runner::start(const std::string& binary, const program_environment& 
 
 int program_runner::wait_exit(int timeout_ms, int& exit_status)
 {
+    long ignored = 0;
+    return wait_exit(timeout_ms, exit_status, ignored);
+}
+
+int program_runner::wait_exit(int timeout_ms, int& exit_status, long& peak_rss_kib)
+{
     if (pid_ <= 0) {
         return 1;
     }
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout_ms);
     for (;;) {
         int status = 0;
-        pid_t done = ::waitpid(pid_, &status, WNOHANG);
+        rusage usage{};
+        pid_t done = ::wait4(pid_, &status, WNOHANG, &usage);
         if (done == pid_) {
             pid_ = -1;
             exit_status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+            peak_rss_kib = usage.ru_maxrss;
             return 0;
         }
         if (std::chrono::steady_clock::now() >= deadline) {

@@ -39,6 +39,8 @@ public:
     // Waits at most timeout_ms for the program to end; exit_status gets its
     // exit status (or 128 + signal). 0 when it ended, 1 on time-out.
     int wait_exit(int timeout_ms, int& exit_status);
+    // The same, also handing back the program's peak resident memory in KiB.
+    int wait_exit(int timeout_ms, int& exit_status, long& peak_rss_kib);
     // Ends a program that is still running.
     void kill_program();
     bool running() const { return pid_ > 0; }
