@@ -35,6 +35,7 @@ struct queue_control {
     unsigned int last_flags = 0;
     std::vector<unsigned int> send_timeouts;
     std::vector<unsigned int> receive_timeouts;
+    OSW_Message_Queue* newest = nullptr;
 };
 
 queue_control& queues_()
@@ -121,6 +122,7 @@ OSW_Message_Queue::OSW_Message_Queue(unsigned int msg_count, unsigned int msg_si
     control.last_count = msg_count;
     control.last_size = msg_size;
     control.last_flags = flags;
+    control.newest = this;
 }
 
 OSW_Message_Queue::~OSW_Message_Queue()
@@ -128,6 +130,9 @@ OSW_Message_Queue::~OSW_Message_Queue()
     queue_control& control = queues_();
     std::lock_guard<std::mutex> held(control.lock);
     control.alive--;
+    if (control.newest == this) {
+        control.newest = nullptr;
+    }
     control.queued -= static_cast<int>(impl_->slots_.size());
     delete impl_;
     impl_ = nullptr;
@@ -320,6 +325,19 @@ bool fake_os_wrapper::wait_receiver_idle(int timeout_ms)
                                         return control.idle_receivers > 0 &&
                                                (control.hold || control.queued == 0);
                                     });
+}
+
+int fake_os_wrapper::send_to_newest_queue(const void* msg, unsigned int size)
+{
+    OSW_Message_Queue* newest = nullptr;
+    {
+        std::lock_guard<std::mutex> held(queues_().lock);
+        newest = queues_().newest;
+    }
+    if (newest == nullptr) {
+        return -1;
+    }
+    return newest->send(msg, size, OSW_WAIT_FOREVER, 0);
 }
 
 int fake_os_wrapper::queues_created()

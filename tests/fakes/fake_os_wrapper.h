@@ -30,6 +30,10 @@ public:
     // that does not happen within timeout_ms.
     static bool wait_receiver_idle(int timeout_ms);
 
+    // Sends a message into the most recently created queue that still
+    // exists, as its owner's producers would; -1 when there is none.
+    static int send_to_newest_queue(const void* msg, unsigned int size);
+
     // Queues created since reset, the arguments of the last one, and how many
     // queues exist now.
     static int queues_created();

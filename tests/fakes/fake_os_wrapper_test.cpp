@@ -121,3 +121,19 @@ TEST(fake_os_wrapper, counts_frees_with_a_pool)
     zulOSWOrgFreeMemPart(&pool, block);
     EXPECT_EQ(1, fake_os_wrapper::frees_with_pool());
 }
+
+TEST(fake_os_wrapper, send_to_newest_queue_reaches_the_latest_live_queue)
+{
+    fake_os_wrapper::reset();
+    int value = 11;
+    EXPECT_EQ(-1, fake_os_wrapper::send_to_newest_queue(&value, sizeof(value)));
+    OSW_Message_Queue older(2, sizeof(int), 0);
+    {
+        OSW_Message_Queue newer(2, sizeof(int), 0);
+        EXPECT_EQ(0, fake_os_wrapper::send_to_newest_queue(&value, sizeof(value)));
+        int out = 0;
+        EXPECT_EQ(0, newer.receive(&out, sizeof(out), 0));
+        EXPECT_EQ(11, out);
+    }
+    EXPECT_EQ(-1, fake_os_wrapper::send_to_newest_queue(&value, sizeof(value)));
+}
