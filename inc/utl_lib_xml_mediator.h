@@ -209,6 +209,8 @@ private:
     int register_enum_members_();
     int register_struct_members_();
     int register_xaddr_actions_();
+    bool open_cycle_(MY_STATE kind, MY_STATE source);
+    int build_schema_and_accessor_();
     int create_accessor_();
     int finish_cycle_(int result);
     bool check_state_(MY_STATE bit);

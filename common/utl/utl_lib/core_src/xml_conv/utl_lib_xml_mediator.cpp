@@ -132,6 +132,53 @@ void utl_lib_xml_mediator::initialize_()
     rules_.reset();
 }
 
+// Starts a parse or write cycle from a clean slate; refused (false) while
+// another cycle runs, so cycles neither nest nor overlap.
+bool utl_lib_xml_mediator::open_cycle_(MY_STATE kind, MY_STATE source)
+{
+    if (my_state_.any()) {
+        log_out_of_reception_();
+        return false;
+    }
+    initialize_();
+    my_state_.set(kind);
+    my_state_.set(source);
+    return true;
+}
+
+// The schema of this cycle and the accessor that runs it.
+int utl_lib_xml_mediator::build_schema_and_accessor_()
+{
+    int result = construct_xml_spec_();
+    if (result == UTL_LIB_XML_RET_OK) {
+        result = create_accessor_();
+    }
+    return result;
+}
+
+int utl_lib_xml_mediator::create_accessor_()
+{
+    if (xml_accesser_ == nullptr) {
+        xml_accesser_ = utl_lib_xml_accessor_factory::create_accessor(this);
+    }
+    if (xml_accesser_ == nullptr) {
+        utl_lib_xml_trace("[XML][ERROR! ]failed create utl_lib_xml_accessor. 0x%08x",
+                          trace_address(xml_accesser_));
+        return UTL_LIB_XML_RET_ERR;
+    }
+    return UTL_LIB_XML_RET_OK;
+}
+
+// Ends any cycle: the accessor goes, every state bit is cleared.
+int utl_lib_xml_mediator::finish_cycle_(int result)
+{
+    delete xml_accesser_;
+    xml_accesser_ = nullptr;
+    output_buffer_ = nullptr;
+    my_state_.reset();
+    return result;
+}
+
 // Asks the derived class for its schema, one step after the other, each step
 // with its own state bit so that only that step's registrations are taken.
 int utl_lib_xml_mediator::construct_xml_spec_()

@@ -39,17 +39,10 @@ void append_low_bytes(void* addr, long value)
 
 int utl_lib_xml_mediator::parse(std::string& xml)
 {
-    if (my_state_.any()) {
-        log_out_of_reception_();
+    if (!open_cycle_(MY_STATE_PARSING, MY_STATE_BUFF)) {
         return UTL_LIB_XML_RET_ERR;
     }
-    initialize_();
-    my_state_.set(MY_STATE_PARSING);
-    my_state_.set(MY_STATE_BUFF);
-    int result = construct_xml_spec_();
-    if (result == UTL_LIB_XML_RET_OK) {
-        result = create_accessor_();
-    }
+    int result = build_schema_and_accessor_();
     if (result == UTL_LIB_XML_RET_OK) {
         result = xml_accesser_->parse(xml);
     }
@@ -58,17 +51,10 @@ int utl_lib_xml_mediator::parse(std::string& xml)
 
 int utl_lib_xml_mediator::parse(utl_lib_xml_file& file)
 {
-    if (my_state_.any()) {
-        log_out_of_reception_();
+    if (!open_cycle_(MY_STATE_PARSING, MY_STATE_FILE)) {
         return UTL_LIB_XML_RET_ERR;
     }
-    initialize_();
-    my_state_.set(MY_STATE_PARSING);
-    my_state_.set(MY_STATE_FILE);
-    int result = construct_xml_spec_();
-    if (result == UTL_LIB_XML_RET_OK) {
-        result = create_accessor_();
-    }
+    int result = build_schema_and_accessor_();
     if (result == UTL_LIB_XML_RET_OK) {
         result = xml_accesser_->parse(file);
     }
@@ -106,29 +92,6 @@ int utl_lib_xml_mediator::read(utl_lib_xml_file& file, std::string& out, unsigne
 unsigned long utl_lib_xml_mediator::get_current_parse_position()
 {
     return xml_accesser_ == nullptr ? 0 : xml_accesser_->get_current_parse_position();
-}
-
-int utl_lib_xml_mediator::create_accessor_()
-{
-    if (xml_accesser_ == nullptr) {
-        xml_accesser_ = utl_lib_xml_accessor_factory::create_accessor(this);
-    }
-    if (xml_accesser_ == nullptr) {
-        utl_lib_xml_trace("[XML][ERROR! ]failed create utl_lib_xml_accessor. 0x%08x",
-                          trace_address(xml_accesser_));
-        return UTL_LIB_XML_RET_ERR;
-    }
-    return UTL_LIB_XML_RET_OK;
-}
-
-// Ends any cycle: the accessor goes, every state bit is cleared.
-int utl_lib_xml_mediator::finish_cycle_(int result)
-{
-    delete xml_accesser_;
-    xml_accesser_ = nullptr;
-    output_buffer_ = nullptr;
-    my_state_.reset();
-    return result;
 }
 
 // ---- notifications ----

@@ -46,14 +46,10 @@ std::string replace_all(const std::string& in, const std::string& from, const st
 int utl_lib_xml_mediator::write(std::string& out, int header)
 {
     // A refused cycle must not redirect the output of the one that runs.
-    if (my_state_.any()) {
-        log_out_of_reception_();
+    if (!open_cycle_(MY_STATE_WRITING, MY_STATE_BUFF)) {
         return UTL_LIB_XML_RET_ERR;
     }
     output_buffer_ = &out;
-    initialize_();
-    my_state_.set(MY_STATE_WRITING);
-    my_state_.set(MY_STATE_BUFF);
     int result = construct_xml_spec_();
     if (result == UTL_LIB_XML_RET_OK) {
         if (header == 1) {
@@ -66,19 +62,12 @@ int utl_lib_xml_mediator::write(std::string& out, int header)
 
 int utl_lib_xml_mediator::write(utl_lib_xml_file& file, int header)
 {
-    if (my_state_.any()) {
-        log_out_of_reception_();
+    if (!open_cycle_(MY_STATE_WRITING, MY_STATE_FILE)) {
         return UTL_LIB_XML_RET_ERR;
     }
     std::string collected;
     output_buffer_ = &collected;
-    initialize_();
-    my_state_.set(MY_STATE_WRITING);
-    my_state_.set(MY_STATE_FILE);
-    int result = construct_xml_spec_();
-    if (result == UTL_LIB_XML_RET_OK) {
-        result = create_accessor_();
-    }
+    int result = build_schema_and_accessor_();
     if (result == UTL_LIB_XML_RET_OK) {
         result = xml_accesser_->open(file, 1);
     }
@@ -96,12 +85,10 @@ int utl_lib_xml_mediator::write(utl_lib_xml_file& file, int header)
 
 int utl_lib_xml_mediator::write_direct(utl_lib_xml_file& file, std::string& data)
 {
-    if (my_state_.any()) {
-        log_out_of_reception_();
+    // No schema is built: the data goes out as it stands.
+    if (!open_cycle_(MY_STATE_WRITING, MY_STATE_FILE)) {
         return UTL_LIB_XML_RET_ERR;
     }
-    my_state_.set(MY_STATE_WRITING);
-    my_state_.set(MY_STATE_FILE);
     int result = create_accessor_();
     if (result == UTL_LIB_XML_RET_OK) {
         result = xml_accesser_->open(file, 1);
