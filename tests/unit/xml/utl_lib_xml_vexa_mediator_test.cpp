@@ -751,7 +751,8 @@ TEST(utl_lib_xml_vexa_mediator_parse, a_null_record_binds_nothing_and_does_not_f
                                 nullptr, result));
     GetCapturedStderr();
     // The node was still allocated and is owned by the mediator; the scratch
-    // record of the group was returned at its end.
+    // record of the group, which its end could not store, was returned when
+    // the parse was over.
     EXPECT_EQ(17u, mediator.alloc_mem_vec_.size());
     EXPECT_EQ(nullptr, mediator.xaddr_map_[3000007]->management_info.tmp_buff);
 }
@@ -1185,38 +1186,72 @@ TEST(utl_lib_xml_vexa_mediator_failure, data_notification_with_an_empty_map_stor
     EXPECT_EQ(77, package.total_size);
 }
 
-TEST(utl_lib_xml_vexa_mediator_failure, a_second_start_keeps_the_scratch_record_and_logs_it)
+// A struct row "lonely" of 8 bytes at offset 8 of a 16-byte parent record.
+class utl_lib_xml_vexa_mediator_scratch : public testing::Test {
+protected:
+    utl_lib_xml_vexa_mediator_scratch()
+        : parent_("holder", UTL_LIB_XML_VEXA_SCHEMA_TYPE_INTERFACE, 0, sizeof(parent_record_),
+                  PROBE_ID, parent_record_),
+          row_("lonely", UTL_LIB_XML_VEXA_SCHEMA_TYPE_STRUCT_NORMAL, 8, 8, PROBE_ITEM_ID)
+    {
+        std::memset(parent_record_, '-', sizeof(parent_record_));
+        mediator_.xaddr_map_[3000001] = &parent_;
+        row_.management_info.parent_xaddr_id = 3000001;
+    }
+
+    ~utl_lib_xml_vexa_mediator_scratch() override
+    {
+        zulOSWOrgFreeMemPart(nullptr, row_.management_info.tmp_buff);
+    }
+
+    char parent_record_[16];
+    probe_mediator mediator_;
+    UTL_LIB_XML_VEXA_XML_SCHEMA parent_;
+    UTL_LIB_XML_VEXA_XML_SCHEMA row_;
+};
+
+TEST_F(utl_lib_xml_vexa_mediator_scratch, a_second_start_keeps_the_scratch_record_and_logs_it)
 {
-    probe_mediator mediator;
-    UTL_LIB_XML_VEXA_XML_SCHEMA row("lonely", UTL_LIB_XML_VEXA_SCHEMA_TYPE_STRUCT_NORMAL, 0, 8,
-                                    PROBE_ITEM_ID);
-    row.management_info.parent_xaddr_id = 0;  // no parent record
     CaptureStderr();
-    EXPECT_EQ(0, mediator.process_element_start(&row));
+    EXPECT_EQ(0, mediator_.process_element_start(&row_));
     EXPECT_EQ("", GetCapturedStderr());
-    void* scratch = row.management_info.tmp_buff;
+    char* scratch = static_cast<char*>(row_.management_info.tmp_buff);
     ASSERT_NE(nullptr, scratch);
-    EXPECT_EQ(std::string(8, '\0'), std::string(static_cast<char*>(scratch), 8));
+    EXPECT_EQ(std::string(8, '\0'), std::string(scratch, 8));
+    std::memcpy(scratch, "abcdefgh", 8);
     CaptureStderr();
-    EXPECT_EQ(0, mediator.process_element_start(&row));
+    EXPECT_EQ(0, mediator_.process_element_start(&row_));
     EXPECT_EQ("[XML][ERROR! ]MALLOC Tmp buff is invalid data.[" + hex_address(scratch) + "]\n",
               GetCapturedStderr());
-    EXPECT_EQ(scratch, row.management_info.tmp_buff);
+    EXPECT_EQ(scratch, row_.management_info.tmp_buff);
+    // The end copies the kept record into the parent and frees it.
     CaptureStderr();
-    EXPECT_EQ(0, mediator.process_element_end(&row));
+    EXPECT_EQ(0, mediator_.process_element_end(&row_));
     EXPECT_EQ("", GetCapturedStderr());
-    EXPECT_EQ(nullptr, row.management_info.tmp_buff);
+    EXPECT_EQ(nullptr, row_.management_info.tmp_buff);
+    EXPECT_EQ("--------abcdefgh", std::string(parent_record_, 16));
 }
 
-TEST(utl_lib_xml_vexa_mediator_failure, an_end_without_scratch_record_is_logged_with_the_tag)
+TEST_F(utl_lib_xml_vexa_mediator_scratch, an_end_without_scratch_record_is_logged_with_the_tag)
 {
-    probe_mediator mediator;
-    UTL_LIB_XML_VEXA_XML_SCHEMA row("lonely", UTL_LIB_XML_VEXA_SCHEMA_TYPE_STRUCT_NORMAL, 0, 8,
-                                    PROBE_ITEM_ID);
-    row.management_info.parent_xaddr_id = 0;
     CaptureStderr();
-    EXPECT_EQ(0, mediator.process_element_end(&row));
+    EXPECT_EQ(0, mediator_.process_element_end(&row_));
     EXPECT_EQ("[XML][ERROR! ]FREE Tmp buff is invalid data. [lonely]\n", GetCapturedStderr());
+    EXPECT_EQ(std::string(16, '-'), std::string(parent_record_, 16));
+}
+
+TEST_F(utl_lib_xml_vexa_mediator_scratch, without_a_parent_record_the_end_does_nothing)
+{
+    CaptureStderr();
+    EXPECT_EQ(0, mediator_.process_element_start(&row_));
+    void* scratch = row_.management_info.tmp_buff;
+    parent_.management_info.tmp_buff = nullptr;
+    EXPECT_EQ(0, mediator_.process_element_end(&row_));
+    row_.management_info.parent_xaddr_id = 3000099;  // not registered
+    EXPECT_EQ(0, mediator_.process_element_end(&row_));
+    EXPECT_EQ("", GetCapturedStderr());
+    EXPECT_EQ(scratch, row_.management_info.tmp_buff);
+    EXPECT_EQ(std::string(16, '-'), std::string(parent_record_, 16));
 }
 
 // ---- memory ownership ----

@@ -548,37 +548,40 @@ int utl_lib_xml_vexa_mediator::process_element_attr(ROW* row,
     return 0;
 }
 
+// Without a parent record the end does nothing at all; a scratch record
+// left open that way is returned when the parse is over.
 int utl_lib_xml_vexa_mediator::process_element_end(ROW* row)
 {
     char* parent = parent_record_(row);
+    if (parent == nullptr) {
+        return 0;
+    }
+    char* member = parent + row->offset;
     void* scratch = row->management_info.tmp_buff;
-    if (parent != nullptr) {
-        char* member = parent + row->offset;
-        NODE* node = row->additional_data.unbounded.node_p;
-        UINT appearance = appearance_(row->schema_type);
-        if (row->schema_type == UTL_LIB_XML_VEXA_SCHEMA_TYPE_STRUCT_UNBOUNDED) {
-            // The element's record, its own lists included, goes into the
-            // node; a copied list head still reaches its elements.
-            if (node != nullptr && scratch != nullptr) {
-                std::memcpy(reinterpret_cast<char*>(node) + sizeof(NODE), scratch, row->size);
-                zulCLBLstAdd(reinterpret_cast<LIST*>(member), node);
-            }
-        } else if (appearance == UTL_LIB_XML_VEXA_SCHEMA_TYPE_BASE_UNBOUNDED) {
-            if (node != nullptr) {
-                zulCLBLstAdd(reinterpret_cast<LIST*>(member), node);
-            }
-        } else if (is_struct_(*row) && scratch != nullptr) {
-            char* slot = member;
-            if (appearance == UTL_LIB_XML_VEXA_SCHEMA_TYPE_BASE_FIXED_MAX) {
-                int32_t count =
-                    read_int_(parent + row->additional_data.fixed_max.count_offset, sizeof(INT));
-                if (count >= 1 &&
-                    count <= static_cast<int32_t>(row->additional_data.fixed_max.count_max)) {
-                    slot += static_cast<size_t>(row->size) * static_cast<size_t>(count - 1);
-                }
-            }
-            std::memcpy(slot, scratch, row->size);
+    NODE* node = row->additional_data.unbounded.node_p;
+    UINT appearance = appearance_(row->schema_type);
+    if (row->schema_type == UTL_LIB_XML_VEXA_SCHEMA_TYPE_STRUCT_UNBOUNDED) {
+        // The element's record, its own lists included, goes into the node;
+        // a copied list head still reaches its elements.
+        if (node != nullptr && scratch != nullptr) {
+            std::memcpy(reinterpret_cast<char*>(node) + sizeof(NODE), scratch, row->size);
+            zulCLBLstAdd(reinterpret_cast<LIST*>(member), node);
         }
+    } else if (appearance == UTL_LIB_XML_VEXA_SCHEMA_TYPE_BASE_UNBOUNDED) {
+        if (node != nullptr) {
+            zulCLBLstAdd(reinterpret_cast<LIST*>(member), node);
+        }
+    } else if (is_struct_(*row) && scratch != nullptr) {
+        char* slot = member;
+        if (appearance == UTL_LIB_XML_VEXA_SCHEMA_TYPE_BASE_FIXED_MAX) {
+            int32_t count =
+                read_int_(parent + row->additional_data.fixed_max.count_offset, sizeof(INT));
+            if (count >= 1 &&
+                count <= static_cast<int32_t>(row->additional_data.fixed_max.count_max)) {
+                slot += static_cast<size_t>(row->size) * static_cast<size_t>(count - 1);
+            }
+        }
+        std::memcpy(slot, scratch, row->size);
     }
     if (is_struct_(*row)) {
         if (scratch == nullptr) {
