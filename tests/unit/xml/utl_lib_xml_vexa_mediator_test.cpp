@@ -30,6 +30,32 @@ using testing::HasSubstr;
 using testing::internal::CaptureStderr;
 using testing::internal::GetCapturedStderr;
 
+// The platform allocator of this test program: malloc like the host's, with
+// a knob that makes the n-th block request fail. Defining the three calls
+// here keeps the host's allocator object out of the link.
+namespace {
+int block_requests_until_failure = 0;  // 0: never fail
+}  // namespace
+
+void* zulOSWSubAllocMem(unsigned int size)
+{
+    if (block_requests_until_failure > 0 && --block_requests_until_failure == 0) {
+        return nullptr;
+    }
+    return std::malloc(size);
+}
+
+void* zulOSWOrgAllocMemPart(void* /*pool*/, signed char size)
+{
+    return size <= 0 ? nullptr : std::malloc(static_cast<size_t>(size));
+}
+
+int zulOSWOrgFreeMemPart(void* /*pool*/, void* block)
+{
+    std::free(block);
+    return 0;
+}
+
 namespace {
 
 typedef UTL_LIB_XML_VEXA_FIRMWARE_PACKAGE_S PACKAGE_S;
@@ -1312,4 +1338,57 @@ TEST(utl_lib_xml_vexa_mediator_memory, create_allocates_nothing)
         utl_lib_xml_vexa_mediator quiet;
     }
     EXPECT_EQ("", GetCapturedStderr());
+}
+
+// ---- allocation failures ----
+
+TEST(utl_lib_xml_vexa_mediator_alloc, a_failed_row_copy_ends_registration_as_a_parser_error)
+{
+    probe_mediator mediator;
+    PACKAGE_S package;
+    std::string trace;
+    block_requests_until_failure = 3;  // the third row copy
+    EXPECT_EQ(1, parse_package(mediator, "<firmware_package><device_id>X</device_id>"
+                                         "</firmware_package>",
+                               package, &trace));
+    block_requests_until_failure = 0;
+    EXPECT_THAT(trace, HasSubstr("[XML][IMP    ]Parse OUT ret[1] result[2] size[61] >>\n"));
+    EXPECT_EQ(2u, mediator.alloc_mem_vec_.size());
+    EXPECT_EQ(0, package.exist_device_id);
+}
+
+TEST(utl_lib_xml_vexa_mediator_alloc, a_failed_list_node_goes_undetected_and_adds_nothing)
+{
+    probe_mediator mediator;
+    PACKAGE_S package;
+    std::string trace;
+    block_requests_until_failure = 18;  // 16 row copies, the scratch record, then the node
+    EXPECT_EQ(0, parse_package(mediator,
+                               "<firmware_package><download_information><type>MAIN</type>"
+                               "</download_information><package_type>DEVICE_FIRMWARE"
+                               "</package_type></firmware_package>",
+                               package, &trace));
+    block_requests_until_failure = 0;
+    EXPECT_EQ(0, package.download_information.count);
+    EXPECT_EQ(UTL_LIB_XML_VEXA_PACKAGE_DEVICE_FIRMWARE, package.package_type);
+    EXPECT_EQ(16u, mediator.alloc_mem_vec_.size());
+    EXPECT_THAT(trace, testing::Not(HasSubstr("ERROR")));
+}
+
+TEST(utl_lib_xml_vexa_mediator_alloc, a_failed_scratch_record_goes_undetected_until_its_end)
+{
+    probe_mediator mediator;
+    PACKAGE_S package;
+    std::string trace;
+    block_requests_until_failure = 17;  // the scratch record of the group
+    EXPECT_EQ(0, parse_package(mediator,
+                               "<firmware_package><download_information><type>MAIN</type>"
+                               "</download_information><package_type>DEVICE_FIRMWARE"
+                               "</package_type></firmware_package>",
+                               package, &trace));
+    block_requests_until_failure = 0;
+    EXPECT_EQ(0, package.download_information.count);
+    EXPECT_EQ(UTL_LIB_XML_VEXA_PACKAGE_DEVICE_FIRMWARE, package.package_type);
+    EXPECT_THAT(trace,
+                HasSubstr("[XML][ERROR! ]FREE Tmp buff is invalid data. [download_information]\n"));
 }
