@@ -495,6 +495,12 @@ TEST(utl_lib_xml_mediator_parse, file_parse_and_read_fail_at_the_accessor)
     EXPECT_EQ("", out);
     EXPECT_EQ(0u, size);
     EXPECT_EQ("<doc><title>from file</title></doc>", read_file_bytes(path));
+    std::string no_accessor = capture_trace([&] {
+        fail_nothrow_new = true;
+        EXPECT_EQ(1, mediator.read(file, out, size));
+    });
+    fail_nothrow_new = false;
+    EXPECT_EQ("[XML][ERROR! ]failed create utl_lib_xml_accessor. 0x00000000\n", no_accessor);
     std::string after;
     EXPECT_EQ(0, parse_text(mediator, "<doc><title>memory</title></doc>", after));
     EXPECT_EQ("memory", mediator.t.title);

@@ -525,3 +525,17 @@ TEST(utl_lib_xml_mediator_register, several_targets_and_interrupts_hang_on_one_x
     EXPECT_EQ(std::string("abcd"), std::string(mediator.t.title_copy, 4));
     EXPECT_EQ((std::vector<unsigned int>{I_DOC_START, I_TITLE_DATA, I_DOC_END}), mediator.interrupt_ids());
 }
+
+TEST(utl_lib_xml_mediator_register, string_element_takes_a_char_buffer_whatever_the_option)
+{
+    test_mediator mediator;
+    char buffer[6] = {};
+    mediator.on_xaddr_action = [&](test_mediator& m, unsigned int id) {
+        return id == X_CODE ? m.register_xaddr_data_auto_setting(buffer, sizeof(buffer),
+                                                                 UTL_LIB_XADDR_VALUE_OPTION_VECTOR)
+                            : 0;
+    };
+    std::string xml = "<doc><code>xy</code></doc>";
+    EXPECT_EQ("", capture_trace([&] { EXPECT_EQ(0, mediator.parse(xml)); }));
+    EXPECT_EQ(std::string("xy\0\0\0\0", 6), std::string(buffer, 6));
+}
