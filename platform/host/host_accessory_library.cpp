@@ -72,8 +72,7 @@ std::string socket_path_()
 // A connected socket, or -1.
 int connect_socket_(const std::string& path)
 {
-    sockaddr_un address;
-    std::memset(&address, 0, sizeof address);
+    sockaddr_un address{};
     address.sun_family = AF_UNIX;
     if (path.size() >= sizeof address.sun_path) {
         return -1;

@@ -44,7 +44,7 @@ int host_update_log::make_dirs(const std::string& path)
             break;
         }
     }
-    struct stat info;
+    struct stat info{};
     return (::stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode)) ? 0 : 1;
 }
 

@@ -91,7 +91,7 @@ private:
                                             XML_Encoding* info);
 
     utl_lib_xml_parse_observer* obs_;
-    unsigned long fd_;
+    [[maybe_unused]] unsigned long fd_;  // set to 0 and never read
     std::string character_data_;
     XML_Parser xml_parser_;
 

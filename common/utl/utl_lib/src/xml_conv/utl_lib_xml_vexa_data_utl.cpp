@@ -23,8 +23,6 @@ unsigned int trace_address(const void* pointer)
 
 utl_lib_xml_vexa_data_utl::utl_lib_xml_vexa_data_utl() = default;
 
-utl_lib_xml_vexa_data_utl::~utl_lib_xml_vexa_data_utl() = default;
-
 int utl_lib_xml_vexa_data_utl::get_list_data(LIST* list, int index, unsigned int size, void* out)
 {
     if (list == nullptr || out == nullptr) {

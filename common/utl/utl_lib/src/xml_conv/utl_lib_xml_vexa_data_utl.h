@@ -16,7 +16,7 @@ namespace norvane {
 class utl_lib_xml_vexa_data_utl {
 public:
     utl_lib_xml_vexa_data_utl();
-    ~utl_lib_xml_vexa_data_utl();
+    ~utl_lib_xml_vexa_data_utl() = default;
 
     // Copies size bytes of the payload of element index (from 1) into out.
     int get_list_data(LIST* list, int index, unsigned int size, void* out);

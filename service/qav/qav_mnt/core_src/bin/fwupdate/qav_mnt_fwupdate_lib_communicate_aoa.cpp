@@ -82,7 +82,7 @@ void qav_mnt_fwupdate_lib_communicate_aoa::recv_continuation_(unsigned char* dat
 // A transfer that starts a packet: the header, then the body bytes it holds.
 void qav_mnt_fwupdate_lib_communicate_aoa::recv_first_(unsigned char* data, int len)
 {
-    QAV_MNT_FWUPDATE_PACKATE_HEADER_ header;
+    QAV_MNT_FWUPDATE_PACKATE_HEADER_ header{};
     recv_header_(data, header);
     receiver_->act_notify_recv_header(header);
     if (header.data_size == 0) {
