@@ -63,9 +63,8 @@ int32_t text_to_int32_(const std::string& text)
     return static_cast<int32_t>(value);
 }
 
-// The low-order width bytes of value (at most 4), as a little-endian or
-// big-endian target lays them out: the value is copied from its own first
-// bytes, which on the device and host alike are the low-order ones.
+// The first width bytes (at most 4) of a 32-bit value: on the little-endian
+// device and host alike, its low-order bytes.
 void write_int_(char* dest, size_t width, int32_t value)
 {
     std::memcpy(dest, &value, std::min(width, sizeof(value)));
@@ -558,16 +557,17 @@ int utl_lib_xml_vexa_mediator::process_element_end(ROW* row)
     }
     char* member = parent + row->offset;
     void* scratch = row->management_info.tmp_buff;
-    NODE* node = row->additional_data.unbounded.node_p;
     UINT appearance = appearance_(row->schema_type);
     if (row->schema_type == UTL_LIB_XML_VEXA_SCHEMA_TYPE_STRUCT_UNBOUNDED) {
         // The element's record, its own lists included, goes into the node;
         // a copied list head still reaches its elements.
+        NODE* node = row->additional_data.unbounded.node_p;
         if (node != nullptr && scratch != nullptr) {
             std::memcpy(reinterpret_cast<char*>(node) + sizeof(NODE), scratch, row->size);
             zulCLBLstAdd(reinterpret_cast<LIST*>(member), node);
         }
     } else if (appearance == UTL_LIB_XML_VEXA_SCHEMA_TYPE_BASE_UNBOUNDED) {
+        NODE* node = row->additional_data.unbounded.node_p;
         if (node != nullptr) {
             zulCLBLstAdd(reinterpret_cast<LIST*>(member), node);
         }
