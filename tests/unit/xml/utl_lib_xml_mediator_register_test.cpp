@@ -74,7 +74,7 @@ TEST(utl_lib_xml_mediator_register, base_hooks_make_parse_and_write_fail)
 
 namespace {
 
-// Supplies only the spec hook, so request_store_xaddr stays the base's.
+// Supplies only request_register_xml_spec, so request_store_xaddr stays the base's.
 class spec_only_mediator : public utl_lib_xml_mediator {
 protected:
     int request_register_xml_spec(std::string& version, std::string& encoding) override
