@@ -356,4 +356,35 @@ void qav_mnt_fwupdate_lib_util::dsp_verify_list(const std::vector<verify_file_in
     qav_mnt_fwupdate_log_inf(__func__, "%s", LIST_BANNER);
 }
 
+int qav_mnt_fwupdate_lib_util::parse_xml(const std::string& xml_data,
+                                         utl_lib_xml_vexa_firmware_upgrade_service& fw_upd_svc)
+{
+    UTL_LIB_XML_VEXA_RESULT result = UTL_LIB_XML_VEXA_RESULT_NO_ERR;
+    int ret = fw_upd_svc.parse_xml(xml_data, result, UTL_LIB_XML_VEXA_PROTOCOL_BTSPP);
+    if (ret != 0) {
+        qav_mnt_fwupdate_log_err(__func__,
+                                 "Failed to read the XML file data. xml_ret:[0x%08X] "
+                                 "xml_vexa_ret:[0x%08X]\n",
+                                 ret, static_cast<int>(result));
+        return 1;
+    }
+    return 0;
+}
+
+int qav_mnt_fwupdate_lib_util::analyze_xml(const std::string& xml_file_path,
+                                           utl_lib_xml_vexa_firmware_upgrade_service& fw_upd_svc)
+{
+    std::string xml_data;
+    if (read_text_file(xml_file_path, xml_data) != 0) {
+        qav_mnt_fwupdate_log_err(__func__, "Failed to get the XML file data.\n");
+        return 1;
+    }
+    dsp_text_file(xml_file_path);
+    if (parse_xml(xml_data, fw_upd_svc) != 0) {
+        qav_mnt_fwupdate_log_err(__func__, "Failed to parse the XML file data.\n");
+        return 1;
+    }
+    return 0;
+}
+
 }  // namespace norvane

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "qav_mnt_fwupdate_lib_verify_file_info.h"
+#include "utl_lib_xml_vexa_firmware_upgrade_service.h"
 
 namespace norvane {
 
@@ -46,7 +47,13 @@ public:
     void dsp_text_file(const std::string& file_path);
     void dsp_verify_list(const std::vector<verify_file_info>& verify_list);
 
-    // Package description reading (parse_xml, analyze_xml) joins here.
+    // Package description reading.
+    // Parses package-description text as a firmware package (protocol BTSPP).
+    int parse_xml(const std::string& xml_data,
+                  utl_lib_xml_vexa_firmware_upgrade_service& fw_upd_svc);
+    // Reads, dumps and parses a package-description file.
+    int analyze_xml(const std::string& xml_file_path,
+                    utl_lib_xml_vexa_firmware_upgrade_service& fw_upd_svc);
 
 private:
     int check_safe_path_(const std::string& file_path);

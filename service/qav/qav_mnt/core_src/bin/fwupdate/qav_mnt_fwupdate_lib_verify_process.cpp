@@ -1,8 +1,15 @@
 #include "qav_mnt_fwupdate_lib_verify_process.h"
 
 #include <algorithm>
+#include <string>
+#include <vector>
 
 #include "qav_mnt_fwupdate_lib_log.h"
+#include "qav_mnt_fwupdate_lib_util.h"
+#include "qav_mnt_fwupdate_lib_verify_unzip_list.h"
+#include "qav_mnt_fwupdate_lib_verify_xml_info.h"
+#include "qav_mnt_fwupdate_lib_verify_xml_list.h"
+#include "utl_lib_xml_vexa_firmware_upgrade_service.h"
 
 namespace norvane {
 
@@ -84,6 +91,69 @@ int qav_mnt_fwupdate_lib_verify_process::check_pair_(const verify_file_info& xml
         return 1;
     }
     return 0;
+}
+
+int qav_mnt_fwupdate_lib_verify_process::verify(const std::string& zip_file_path,
+                                                const std::string& unzip_folder_path,
+                                                std::string& package_version,
+                                                UTL_LIB_XML_VEXA_PACKAGE_TYPE_& package_type)
+{
+    qav_mnt_fwupdate_log_imp(__func__,
+                             "##### Start Verify process. \n\tzip_file_path[%s]\n"
+                             "\tunzip_folder_path[%s]\n",
+                             zip_file_path.c_str(), unzip_folder_path.c_str());
+    qav_mnt_fwupdate_lib_util util;
+    utl_lib_xml_vexa_firmware_upgrade_service fw_upd_svc;
+    const std::string xml_file_path = unzip_folder_path + "/" + "FW_package.xml";
+
+    qav_mnt_fwupdate_log_inf(__func__, "##### Start analyze xml \n");
+    if (util.analyze_xml(xml_file_path, fw_upd_svc) != 0) {
+        qav_mnt_fwupdate_log_err(__func__, "Faild analyze_xml operation.\n");
+        return verify_failed_();
+    }
+    qav_mnt_fwupdate_log_inf(__func__, "##### Success analyze_xml operation.\n");
+
+    qav_mnt_fwupdate_log_inf(__func__, "##### Start get package info \n");
+    qav_mnt_fwupdate_lib_verify_xml_info xml_info;
+    if (xml_info.get_package_info(fw_upd_svc, package_version, package_type) != 0) {
+        qav_mnt_fwupdate_log_err(__func__, "Faild get package info operation.\n");
+        return verify_failed_();
+    }
+    qav_mnt_fwupdate_log_inf(__func__, "##### Success get package info operation.\n");
+
+    std::vector<verify_file_info> xml_info_list;
+    std::vector<verify_file_info> unzip_info_list;
+    qav_mnt_fwupdate_log_inf(__func__, "##### Start get xml list \n");
+    qav_mnt_fwupdate_lib_verify_xml_list xml_list;
+    if (xml_list.get_list(fw_upd_svc, xml_info_list) != 0) {
+        qav_mnt_fwupdate_log_err(__func__, "Failed to create file list from xml file.\n");
+        return verify_failed_();
+    }
+    qav_mnt_fwupdate_log_inf(__func__, "##### Success create file list from xml file..\n");
+
+    qav_mnt_fwupdate_log_inf(__func__, "##### Start get unzip list \n");
+    qav_mnt_fwupdate_lib_verify_unzip_list unzip_list;
+    if (unzip_list.get_list(unzip_folder_path, xml_info_list, unzip_info_list) != 0) {
+        qav_mnt_fwupdate_log_err(__func__, "Failed to create file list from unzip folder.\n");
+        return verify_failed_();
+    }
+    qav_mnt_fwupdate_log_inf(__func__, "##### Success create file list from unzip folder.\n");
+
+    qav_mnt_fwupdate_log_inf(__func__, "##### Start check list \n");
+    if (check(xml_info_list, unzip_info_list) != 0) {
+        qav_mnt_fwupdate_log_err(__func__, "Faild check verify list operation.\n");
+        return verify_failed_();
+    }
+    qav_mnt_fwupdate_log_inf(__func__, "##### Success check verify list operation.\n");
+    qav_mnt_fwupdate_log_imp(__func__, "##### Success End Verify process.\n");
+    return 0;
+}
+
+// The verdict line that closes every failed verification.
+int qav_mnt_fwupdate_lib_verify_process::verify_failed_()
+{
+    qav_mnt_fwupdate_log_imp("verify", "##### Faild Verify process.\n");
+    return 1;
 }
 
 }  // namespace norvane
