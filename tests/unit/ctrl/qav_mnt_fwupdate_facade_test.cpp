@@ -92,6 +92,19 @@ program_run run_program_(const std::vector<std::string>& arguments,
     return run;
 }
 
+// Waits until the file holds text; false after timeout_ms.
+bool wait_for_text_(const std::string& path, const std::string& text, int timeout_ms)
+{
+    auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout_ms);
+    while (norvane_test::read_file_bytes(path).find(text) == std::string::npos) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return true;
+}
+
 const std::string FAILED_START_LOG =
     "[IMP] main(): QAV_MNT FWUPDATE Start\n"
     "[INF] initialize_(): initialize_ Start\n"
@@ -258,6 +271,9 @@ TEST_F(qav_mnt_fwupdate_facade_test, delivered_and_confirmed_package_exits_0)
                                 {"FWUPDATE_STATE_DIR", dir.path()}},
                                dir.file("stderr.log"));
     ASSERT_TRUE(phone.accept_link(30000));
+    // The link delivers as soon as it is connected, but body data is only
+    // taken once the controller has entered CONNECT, which it logs.
+    ASSERT_TRUE(wait_for_text_(dir.file("stderr.log"), "initialize_ Finish [0]\n", 30000));
     ASSERT_TRUE(phone.send_transfer(header_(0x11, 0, 18, 0, static_cast<uint32_t>(package.size())) +
                                     package));
     EXPECT_EQ(header_(0x11, 0, 0x8012, 0, 0), phone.receive_transfer(30000));
