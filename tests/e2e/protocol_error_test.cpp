@@ -69,6 +69,7 @@ TEST_F(protocol_error_test, header_only_upload_of_size_zero_opens_the_file_and_n
 {
     ASSERT_EQ(0, start_program());
     ASSERT_EQ(0, session().send_raw(encode_header(norvane_tools::upload_request(1, 0, 1, 0))));
+    session().set_identity(1, 0, 2);
     // The query after it is answered first: no upload reply ever comes.
     EXPECT_EQ("00 01 00 00 00 02 00 00 80 13 00 01 00 00 00 00", status(1));
     EXPECT_EQ("00 01 00 00 00 03 00 15 80 13 00 02 00 00 00 00", status(7));

@@ -50,6 +50,9 @@ int program_runner::start(const std::string& binary, const program_environment& 
         if (!environment.log_path.empty()) {
             int log = ::open(environment.log_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
             if (log >= 0) {
+                // The unzip tool the program runs prints to standard output;
+                // it belongs in the program's log, not among the phone's lines.
+                ::dup2(log, STDOUT_FILENO);
                 ::dup2(log, STDERR_FILENO);
                 ::close(log);
             }

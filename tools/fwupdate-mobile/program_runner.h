@@ -14,7 +14,7 @@ struct program_environment {
     std::string state_dir;        // FWUPDATE_STATE_DIR
     std::string faults;           // FWUPDATE_FAULTS, empty for none
     std::string host_bin_dir;     // put first in PATH (the busybox front)
-    std::string log_path;         // the program's standard error; empty: inherit
+    std::string log_path;         // the program's standard output and error; empty: inherit
     // Words put before the binary, e.g. "qemu-arm -L /usr/arm-linux-gnueabihf"
     // to run a program built for the device under emulation.
     std::vector<std::string> launcher;
