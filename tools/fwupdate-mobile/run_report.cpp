@@ -23,6 +23,7 @@ void run_report::line(const std::string& text)
 void run_report::start_progress(size_t /*total*/)
 {
     upload_started_ = std::chrono::steady_clock::now();
+    upload_reported_ = false;
     last_drawn_ = upload_started_ - std::chrono::seconds(1);
 }
 
@@ -30,7 +31,19 @@ void run_report::progress(size_t sent, size_t total)
 {
     const auto now = std::chrono::steady_clock::now();
     const bool done = sent >= total;
-    if (!terminal_ || (!done && now - last_drawn_ < std::chrono::milliseconds(100))) {
+    if (done) {
+        draw_bar_(sent, total, now);
+        end_progress();
+        return;
+    }
+    if (now - last_drawn_ >= std::chrono::milliseconds(100)) {
+        draw_bar_(sent, total, now);
+    }
+}
+
+void run_report::draw_bar_(size_t sent, size_t total, std::chrono::steady_clock::time_point now)
+{
+    if (!terminal_) {
         return;
     }
     last_drawn_ = now;
@@ -48,8 +61,14 @@ void run_report::progress(size_t sent, size_t total)
     bar_shown_ = true;
 }
 
+// Says once how long the upload took, when its last transfer has gone out
+// (or when the delivery stopped before that).
 void run_report::end_progress()
 {
+    if (upload_reported_) {
+        return;
+    }
+    upload_reported_ = true;
     const double seconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - upload_started_).count();
     char text[64];

@@ -28,8 +28,11 @@ public:
                     std::chrono::system_clock::time_point started);
 
 private:
+    void draw_bar_(size_t sent, size_t total, std::chrono::steady_clock::time_point now);
+
     bool terminal_;
     bool bar_shown_ = false;
+    bool upload_reported_ = false;
     std::chrono::steady_clock::time_point upload_started_;
     std::chrono::steady_clock::time_point last_drawn_;
 };
