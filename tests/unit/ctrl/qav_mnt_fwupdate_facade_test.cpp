@@ -61,17 +61,14 @@ pid_t start_program_(const std::vector<std::string>& arguments,
     _exit(127);
 }
 
-// Waits at most timeout_ms for the program's exit status; -1 when it does not
-// end in time, after killing it if kill_late is set.
-int wait_program_(pid_t pid, int timeout_ms, bool kill_late = true)
+// Waits at most timeout_ms for the program's exit status; kills it and gives
+// -1 when it does not end in time.
+int wait_program_(pid_t pid, int timeout_ms)
 {
     auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout_ms);
     int status = 0;
     while (waitpid(pid, &status, WNOHANG) == 0) {
         if (std::chrono::steady_clock::now() > deadline) {
-            if (!kill_late) {
-                return -1;
-            }
             kill(pid, SIGKILL);
             waitpid(pid, &status, 0);
             return -1;
@@ -278,28 +275,17 @@ TEST_F(qav_mnt_fwupdate_facade_test, delivered_and_confirmed_package_exits_0)
                                     package));
     EXPECT_EQ(header_(0x11, 0, 0x8012, 0, 0), phone.receive_transfer(30000));
 
-    // Option 2 ends the run once the package is verified; until then it is
-    // answered "finished" and the run goes on, so ask until the program ends.
-    int exit_status = -1;
-    for (uint16_t request_id = 0x20; request_id < 0x20 + 100; ++request_id) {
-        if (!phone.send_transfer(header_(request_id, 0, 19, 2, 0))) {
-            break;
-        }
-        std::string reply = phone.receive_transfer(30000);
-        if (reply.empty()) {
-            break;
-        }
-        EXPECT_EQ(header_(request_id, 0, 0x8013, 2, 0), reply);
-        exit_status = wait_program_(pid, 500, false);
-        if (exit_status != -1) {
-            break;
-        }
-    }
-    if (exit_status == -1) {
-        exit_status = wait_program_(pid, 10000);
-    }
-    EXPECT_EQ(0, exit_status);
+    // Query once the program logged the verified state. Nothing may be sent
+    // after the last query: the link would still call the finished controller.
+    ASSERT_TRUE(wait_for_text_(dir.file("stderr.log"),
+                               "[VERIFY] -> [WAIT_CHECKING_RESULT]", 30000));
+    ASSERT_TRUE(phone.send_transfer(header_(0x20, 0, 19, 1, 0)));
+    EXPECT_EQ(header_(0x20, 0, 0x8013, 2, 0), phone.receive_transfer(30000));
+    ASSERT_TRUE(phone.send_transfer(header_(0x21, 0, 19, 2, 0)));
+    EXPECT_EQ(header_(0x21, 0, 0x8013, 2, 0), phone.receive_transfer(30000));
+    int exit_status = wait_program_(pid, 30000);
     std::string log = norvane_test::read_file_bytes(dir.file("stderr.log"));
+    EXPECT_EQ(0, exit_status) << log;
     EXPECT_EQ(0u, log.find("[IMP] main(): QAV_MNT FWUPDATE Start\n"));
     const std::string finish = "[IMP] main(): QAV_MNT FWUPDATE Finish 0\n";
     ASSERT_GE(log.size(), finish.size());
