@@ -33,8 +33,6 @@ const std::string WORK_DIR = "/tmp/fwupdate/update";
 const std::string PACKAGE_PATH = WORK_DIR + "/qav_mnt_fwpackage.zip";
 const int WAIT_MS = 20000;
 
-// ---- packets -------------------------------------------------------------
-
 std::string be16_(uint16_t value)
 {
     return std::string{static_cast<char>(value >> 8), static_cast<char>(value & 0xFF)};
@@ -73,8 +71,6 @@ std::string status_reply_(uint16_t request_id, uint16_t option_code, uint16_t re
 {
     return header_(1, 0, request_id, result_code, 0x8013, option_code, 0);
 }
-
-// ---- packages ------------------------------------------------------------
 
 struct package_entry {
     std::string name;
@@ -154,8 +150,6 @@ std::string package_with_wrong_checksum_()
     return make_zip_(files, xml);
 }
 
-// ---- the phone -----------------------------------------------------------
-
 bool idle_()
 {
     return fake_os_wrapper::wait_receiver_idle(WAIT_MS);
@@ -193,8 +187,6 @@ void confirm_(uint16_t first_request_id)
     ASSERT_TRUE(idle_());
     deliver_(query_(static_cast<uint16_t>(first_request_id + 1), 2));
 }
-
-// ---- logs ----------------------------------------------------------------
 
 const std::set<std::string> CONTROLLER_OPERATIONS = {
     "execute", "act_notify_recv_header", "act_notify_recv_body", "initialize_", "process_",
@@ -282,8 +274,6 @@ std::vector<std::string> operator+(std::vector<std::string> lines,
     return lines;
 }
 
-// ---- fixture -------------------------------------------------------------
-
 class ctrl_exec_mode_test : public ::testing::Test {
 protected:
     void SetUp() override
@@ -336,8 +326,6 @@ protected:
 
     bool capturing_ = false;
 };
-
-// ---- names and construction ----------------------------------------------
 
 TEST(qav_mnt_fwupdate_ctrl_exec_mode_names, exec_states_have_their_log_names)
 {
@@ -395,8 +383,6 @@ TEST(qav_mnt_fwupdate_ctrl_exec_mode_construction, owns_a_queue_of_100_message_b
     EXPECT_EQ(1, fake_os_wrapper::queues_created());
 }
 
-// ---- callbacks called directly ---------------------------------------------
-
 TEST_F(ctrl_exec_mode_test, header_callback_queues_uploads_and_queries_in_any_state)
 {
     qav_mnt_fwupdate_ctrl_exec_mode ctrl;
@@ -447,8 +433,6 @@ TEST_F(ctrl_exec_mode_test, body_callback_in_initial_queues_an_unknown_message)
               controller_lines_(log_()));
 }
 
-// ---- initialisation --------------------------------------------------------
-
 TEST_F(ctrl_exec_mode_test, refused_dlstart_finishes_at_once_with_1)
 {
     fake_upd::set_result("dlstart", 7);
@@ -489,8 +473,6 @@ TEST_F(ctrl_exec_mode_test, failing_dlfinish_after_a_failed_start_still_gives_1)
     ASSERT_FALSE(lines.empty());
     EXPECT_EQ(dlfinish_(2, 1, 5), lines.back());
 }
-
-// ---- the queue -------------------------------------------------------------
 
 TEST_F(ctrl_exec_mode_test, failing_queue_receive_ends_the_run_with_1)
 {
@@ -571,8 +553,6 @@ TEST_P(ctrl_exec_mode_msg_id_test, message_outside_the_handlers_ends_the_run_wit
 
 INSTANTIATE_TEST_SUITE_P(msg_ids, ctrl_exec_mode_msg_id_test, ::testing::Values(0, 5, 6, 1000));
 
-// ---- status queries --------------------------------------------------------
-
 TEST_F(ctrl_exec_mode_test, query_before_any_upload_is_ongoing_and_stays_connect)
 {
     int ret = run_([] {
@@ -634,8 +614,6 @@ TEST_F(ctrl_exec_mode_test, failing_status_reply_ends_the_run_as_a_link_error)
               controller_lines_(log));
 }
 
-// ---- unknown input -----------------------------------------------------------
-
 TEST_F(ctrl_exec_mode_test, unknown_command_ends_the_run_with_1)
 {
     int ret = run_([] {
@@ -666,8 +644,6 @@ TEST_F(ctrl_exec_mode_test, body_after_the_run_finished_is_queued_as_unknown)
     ASSERT_FALSE(lines.empty());
     EXPECT_EQ("[ERR] act_notify_recv_body(): recv unknown data. now state[FINISHED]", lines.back());
 }
-
-// ---- uploads -----------------------------------------------------------------
 
 TEST_F(ctrl_exec_mode_test, upload_without_body_opens_the_file_and_sends_no_reply)
 {
@@ -936,8 +912,6 @@ TEST_F(ctrl_exec_mode_test, failed_upload_reply_finishes_as_a_link_error)
                       change_("DOWNLOAD", "FINISHED"), dlfinish_(0, 1, 5)}),
               controller_lines_(log_()));
 }
-
-// ---- verified runs -----------------------------------------------------------
 
 std::vector<std::string> verified_run_lines_()
 {
