@@ -173,6 +173,7 @@ TEST_F(delivery_test, program_ignores_its_command_line)
     const auto files = sample_files(3000, 300);
     ASSERT_EQ(0, program_.start(program_binary(), environment_with(""), {"--help", "-x", "extra"}));
     ASSERT_EQ(0, phone_.accept_program(10000));
+    ASSERT_EQ(0, norvane_tools::program_runner::wait_until_ready(dir_.file("program.log"), 10000));
     session_ = std::make_unique<norvane_tools::mobile_session>(phone_, 30000);
     EXPECT_EQ(upload_ok, upload(make_package(files, "2.0", "DEVICE_FIRMWARE"), upload_options{}));
     EXPECT_EQ(finished_ok_2, status(1));

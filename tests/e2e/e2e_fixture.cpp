@@ -128,7 +128,8 @@ int e2e_fixture::start_program(const std::string& faults)
     if (program_.start(program_binary(), environment_with(faults)) != 0) {
         return 1;
     }
-    if (phone_.accept_program(10000) != 0) {
+    if (phone_.accept_program(10000) != 0 ||
+        program_runner::wait_until_ready(dir_.file("program.log"), 10000) != 0) {
         return 1;
     }
     session_ = std::make_unique<mobile_session>(phone_, 30000);

@@ -19,6 +19,7 @@
 #include <iterator>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -290,6 +291,15 @@ int main(int argc, char** argv)
     if (socket.accept_program(config.run_binary.empty() ? 600000 : 30000) != 0) {
         report.line(socket.last_error());
         return exit_usage;
+    }
+    // A phone waits for the device to be ready before it sends: with the
+    // program's log at hand, for its start-up line; otherwise for a moment.
+    if (!config.run_binary.empty() && !config.program_log.empty()) {
+        if (program_runner::wait_until_ready(config.program_log, 10000) != 0) {
+            report.line("the program did not report that it is ready");
+        }
+    } else {
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
     }
     mobile_session session(socket, config.timeout_s * 1000);
     session.set_identity(config.upload.version, config.upload.reserved, config.upload.request_id);

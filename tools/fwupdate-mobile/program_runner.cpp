@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <thread>
@@ -99,6 +101,23 @@ int program_runner::wait_exit(int timeout_ms, int& exit_status, long& peak_rss_k
             return 1;
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+}
+
+int program_runner::wait_until_ready(const std::string& log_path, int timeout_ms)
+{
+    const char* const ready_line = "[INF] initialize_(): initialize_ Finish [0]\n";
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout_ms);
+    for (;;) {
+        std::ifstream log(log_path, std::ios::binary);
+        const std::string text((std::istreambuf_iterator<char>(log)), std::istreambuf_iterator<char>());
+        if (text.find(ready_line) != std::string::npos) {
+            return 0;
+        }
+        if (std::chrono::steady_clock::now() >= deadline) {
+            return 1;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
 }
 

@@ -41,6 +41,12 @@ public:
     int wait_exit(int timeout_ms, int& exit_status);
     // The same, also handing back the program's peak resident memory in KiB.
     int wait_exit(int timeout_ms, int& exit_status, long& peak_rss_kib);
+    // Waits at most timeout_ms until the program's log (log_path of its
+    // environment) says that its start-up is done: the link is connected and
+    // the program accepts packets. The link delivers transfers from the
+    // moment it connects, slightly before that, and the program rejects body
+    // data that arrives too early. 0 when ready, 1 otherwise.
+    static int wait_until_ready(const std::string& log_path, int timeout_ms);
     // Ends a program that is still running.
     void kill_program();
     bool running() const { return pid_ > 0; }
