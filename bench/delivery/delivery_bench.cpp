@@ -120,6 +120,19 @@ void run_minimal_receiver(const std::string& socket_path, const std::string& fil
     ::_exit(0);
 }
 
+// Sends the package in 64 KiB transfers and waits for the reply to the
+// upload. Returns the seconds from the first transfer to the reply.
+double timed_upload(mobile_session& session, const std::string& package, header& reply)
+{
+    upload_options options;
+    options.transfer_size = transfer_size;
+    const auto start = clock_type::now();
+    session.send_upload(package, options, nullptr);
+    std::string wire;
+    session.read_reply(reply, wire);
+    return seconds_since(start);
+}
+
 struct floor_result {
     double upload_s = 0;
 };
@@ -136,14 +149,8 @@ floor_result measure_floor(const std::string& work, const std::string& package)
     }
     phone.accept_program(10000);
     mobile_session session(phone, 600000);
-    upload_options options;
-    options.transfer_size = transfer_size;
-    const auto start = clock_type::now();
-    session.send_upload(package, options, nullptr);
-    std::string wire;
     header reply = {};
-    session.read_reply(reply, wire);
-    result.upload_s = seconds_since(start);
+    result.upload_s = timed_upload(session, package, reply);
     int status = 0;
     ::waitpid(child, &status, 0);
     fs::remove(work + "/floor-received.bin");
@@ -172,17 +179,13 @@ program_result measure_program(const std::string& work, const std::string& packa
         return result;
     }
     mobile_session session(phone, 600000);
-    upload_options options;
-    options.transfer_size = transfer_size;
     const auto start = clock_type::now();
-    session.send_upload(package, options, nullptr);
-    std::string wire;
     header reply = {};
-    session.read_reply(reply, wire);
-    result.upload_s = seconds_since(start);
+    result.upload_s = timed_upload(session, package, reply);
 
     // Poll until finished, then confirm, as a phone does.
     header status_reply = {};
+    std::string wire;
     do {
         session.send_status(1);
         session.read_reply(status_reply, wire);

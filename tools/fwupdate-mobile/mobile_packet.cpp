@@ -8,16 +8,27 @@ namespace norvane_tools {
 
 using namespace norvane;
 
+namespace {
+
+// Each field swapped on its own; the same swaps turn host order into wire
+// order and back.
+header swapped(header fields)
+{
+    fields.version = qav_mnt_fwupdate_swap_16(fields.version);
+    fields.reserved = qav_mnt_fwupdate_swap_16(fields.reserved);
+    fields.request_id = qav_mnt_fwupdate_swap_16(fields.request_id);
+    fields.result_code = qav_mnt_fwupdate_swap_16(fields.result_code);
+    fields.command = qav_mnt_fwupdate_swap_16(fields.command);
+    fields.option_code = qav_mnt_fwupdate_swap_16(fields.option_code);
+    fields.data_size = qav_mnt_fwupdate_swap_32(fields.data_size);
+    return fields;
+}
+
+}  // namespace
+
 std::string encode_header(const header& host_order)
 {
-    header wire = host_order;
-    wire.version = qav_mnt_fwupdate_swap_16(wire.version);
-    wire.reserved = qav_mnt_fwupdate_swap_16(wire.reserved);
-    wire.request_id = qav_mnt_fwupdate_swap_16(wire.request_id);
-    wire.result_code = qav_mnt_fwupdate_swap_16(wire.result_code);
-    wire.command = qav_mnt_fwupdate_swap_16(wire.command);
-    wire.option_code = qav_mnt_fwupdate_swap_16(wire.option_code);
-    wire.data_size = qav_mnt_fwupdate_swap_32(wire.data_size);
+    const header wire = swapped(host_order);
     return std::string(reinterpret_cast<const char*>(&wire), sizeof wire);
 }
 
@@ -26,14 +37,9 @@ int decode_header(const std::string& wire, header& host_order)
     if (wire.size() < sizeof(header)) {
         return 1;
     }
-    std::memcpy(&host_order, wire.data(), sizeof(header));
-    host_order.version = qav_mnt_fwupdate_swap_16(host_order.version);
-    host_order.reserved = qav_mnt_fwupdate_swap_16(host_order.reserved);
-    host_order.request_id = qav_mnt_fwupdate_swap_16(host_order.request_id);
-    host_order.result_code = qav_mnt_fwupdate_swap_16(host_order.result_code);
-    host_order.command = qav_mnt_fwupdate_swap_16(host_order.command);
-    host_order.option_code = qav_mnt_fwupdate_swap_16(host_order.option_code);
-    host_order.data_size = qav_mnt_fwupdate_swap_32(host_order.data_size);
+    header fields;
+    std::memcpy(&fields, wire.data(), sizeof(header));
+    host_order = swapped(fields);
     return 0;
 }
 
