@@ -16,9 +16,14 @@ set(CMAKE_LIBRARY_ARCHITECTURE arm-linux-gnueabihf)
 
 set(CMAKE_C_COMPILER arm-linux-gnueabihf-gcc)
 set(CMAKE_CXX_COMPILER arm-linux-gnueabihf-g++)
+# Large-file interfaces: with 32-bit off_t and ino_t, readdir and stat fail
+# with EOVERFLOW on a directory cookie or inode number beyond 32 bits, which a
+# 64-bit kernel hands out (always so under qemu-arm). The program then sees a
+# folder as empty. With 64-bit offsets the same calls work on every kernel.
+set(CMAKE_C_FLAGS_INIT "-D_FILE_OFFSET_BITS=64")
 # GCC notes on every std::vector instance that the ARM argument passing of
 # some iterators changed in GCC 7.1; nothing here mixes code from before that.
-set(CMAKE_CXX_FLAGS_INIT "-Wno-psabi")
+set(CMAKE_CXX_FLAGS_INIT "-D_FILE_OFFSET_BITS=64 -Wno-psabi")
 
 # The C library root of the cross compiler: qemu-arm finds the dynamic loader
 # and libc there.
