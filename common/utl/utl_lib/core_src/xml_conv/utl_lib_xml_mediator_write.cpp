@@ -66,6 +66,8 @@ int utl_lib_xml_mediator::write(utl_lib_xml_file& file, int header)
         return UTL_LIB_XML_RET_ERR;
     }
     std::string collected;
+    // finish_cycle_ clears the pointer before this function returns.
+    // cppcheck-suppress danglingLifetime
     output_buffer_ = &collected;
     int result = build_schema_and_accessor_();
     if (result == UTL_LIB_XML_RET_OK) {

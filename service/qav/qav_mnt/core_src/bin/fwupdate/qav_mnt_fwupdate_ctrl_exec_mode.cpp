@@ -58,7 +58,7 @@ qav_mnt_fwupdate_ctrl_exec_mode::qav_mnt_fwupdate_ctrl_exec_mode()
                                        sizeof(_QAV_MNT_FWUPDATE_MSG_BLK_), 0)),
       start_download_(),
       fp_(nullptr),
-      package_version_(""),
+      package_version_(),
       package_type_(UTL_LIB_XML_VEXA_PACKAGE_TYPE_NONE)
 {
     std::memset(&start_download_, 0, sizeof(start_download_));
@@ -383,10 +383,10 @@ int qav_mnt_fwupdate_ctrl_exec_mode::check_fwupdate_state_(
                                  ret);
     }
 
-    if (request.option_code == QAV_MNT_FWUPDATE_MBA_OPTION_CODE_FW_PACKAGE_VALIDATION &&
-        exec_state_ == QAV_MNT_FWUPDATE_EXEC_STATE_WAIT_CHECKING_RESULT) {
-        change_exec_state_(QAV_MNT_FWUPDATE_EXEC_STATE_FINISHED);
-    } else if (error_type_ != QAV_MNT_FWUPDATE_PROCESS_ERROR_TYPE_NONE) {
+    // The confirmation after a verified package, or any recorded error, ends the run.
+    if ((request.option_code == QAV_MNT_FWUPDATE_MBA_OPTION_CODE_FW_PACKAGE_VALIDATION &&
+         exec_state_ == QAV_MNT_FWUPDATE_EXEC_STATE_WAIT_CHECKING_RESULT) ||
+        error_type_ != QAV_MNT_FWUPDATE_PROCESS_ERROR_TYPE_NONE) {
         change_exec_state_(QAV_MNT_FWUPDATE_EXEC_STATE_FINISHED);
     }
     return ret;
