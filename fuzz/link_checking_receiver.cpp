@@ -33,7 +33,9 @@ link_checking_receiver::link_checking_receiver()
       headers_seen_(0),
       bodies_seen_(0),
       draining_(0),
-      checksum_(0)
+      checksum_(0),
+      packet_bytes_(0),
+      packet_total_(0)
 {
 }
 
@@ -133,6 +135,8 @@ int link_checking_receiver::act_notify_recv_header(const QAV_MNT_FWUPDATE_PACKAT
     LINK_CHECK(header.command == expected_header_.command);
     LINK_CHECK(header.option_code == expected_header_.option_code);
     LINK_CHECK(header.data_size == expected_header_.data_size);
+    packet_bytes_ = 0;
+    packet_total_ = header.data_size + HEADER_SIZE;
     return 0;
 }
 
@@ -145,6 +149,10 @@ int link_checking_receiver::act_notify_recv_body(unsigned int size, const char* 
     LINK_CHECK(size == expected_body_size_);
     LINK_CHECK(data == expected_body_data_);
     LINK_CHECK(isRecvEnd == expected_end_);
+    // The pieces of a packet add up: it ends exactly when the bytes
+    // delivered (the first piece counted with its header) reach its size.
+    packet_bytes_ += size;
+    LINK_CHECK(isRecvEnd == (packet_bytes_ >= packet_total_ ? 1 : 0));
     if (draining_ == 0) {
         touch_(data, size);
     }

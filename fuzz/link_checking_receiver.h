@@ -53,6 +53,12 @@ private:
     int bodies_seen_;
     int draining_;
     unsigned int checksum_;
+
+    // Independent of the model: body bytes delivered for the current packet
+    // and the size its header announced (header included, 32-bit as on the
+    // wire).
+    uint32_t packet_bytes_;
+    uint32_t packet_total_;
 };
 
 }  // namespace norvane
