@@ -350,17 +350,28 @@ protected:
     std::map<UTL_LIB_XML_VEXA_STRUCT_ID, std::vector<UTL_LIB_XML_VEXA_XML_SCHEMA>> structs_;
 };
 
+// What an UNBOUNDED row must hold: the list head's offset in its record, the
+// element record's size and, as node size, that size plus a NODE header.
+struct list_row_expectation {
+    size_t offset;
+    size_t element_size;
+};
+
+void expect_list_row(const UTL_LIB_XML_VEXA_XML_SCHEMA& row, const list_row_expectation& expected)
+{
+    EXPECT_EQ(expected.offset, row.offset);
+    EXPECT_EQ(expected.element_size, row.size);
+    EXPECT_EQ(expected.element_size + sizeof(NODE), row.additional_data.unbounded.node_size);
+}
+
 TEST_F(schema_rows_test, download_information_node_is_the_record_and_a_node_header)
 {
     const UTL_LIB_XML_VEXA_XML_SCHEMA& row =
         row_(UTL_LIB_XML_VEXA_STRUCT_ID_FIRMWARE_PACKAGE_ENTRY, "download_information");
-    EXPECT_EQ(offsetof(UTL_LIB_XML_VEXA_FIRMWARE_PACKAGE_S, download_information), row.offset);
-    EXPECT_EQ(sizeof(UTL_LIB_XML_VEXA_FIRMWARE_DOWNLOAD_INFORMATION_S), row.size);
-    EXPECT_EQ(sizeof(UTL_LIB_XML_VEXA_FIRMWARE_DOWNLOAD_INFORMATION_S) + sizeof(NODE),
-              row.additional_data.unbounded.node_size);
+    expect_list_row(row, {offsetof(UTL_LIB_XML_VEXA_FIRMWARE_PACKAGE_S, download_information),
+                          sizeof(UTL_LIB_XML_VEXA_FIRMWARE_DOWNLOAD_INFORMATION_S)});
     if (DEVICE_BUILD) {
-        EXPECT_EQ(216u, row.offset);
-        EXPECT_EQ(56u, row.size);
+        expect_list_row(row, {216, 56});
         EXPECT_EQ(64u, row.additional_data.unbounded.node_size);
     }
 }
@@ -369,14 +380,11 @@ TEST_F(schema_rows_test, data_information_node_is_the_record_and_a_node_header)
 {
     const UTL_LIB_XML_VEXA_XML_SCHEMA& row =
         row_(UTL_LIB_XML_VEXA_STRUCT_ID_FIRMWARE_DOWNLOAD_INFORMATION_ENTRY, "data_information");
-    EXPECT_EQ(offsetof(UTL_LIB_XML_VEXA_FIRMWARE_DOWNLOAD_INFORMATION_S, data_information),
-              row.offset);
-    EXPECT_EQ(sizeof(UTL_LIB_XML_VEXA_FIRMWARE_DATA_INFORMATION_S), row.size);
-    EXPECT_EQ(sizeof(UTL_LIB_XML_VEXA_FIRMWARE_DATA_INFORMATION_S) + sizeof(NODE),
-              row.additional_data.unbounded.node_size);
+    expect_list_row(row, {offsetof(UTL_LIB_XML_VEXA_FIRMWARE_DOWNLOAD_INFORMATION_S,
+                                   data_information),
+                          sizeof(UTL_LIB_XML_VEXA_FIRMWARE_DATA_INFORMATION_S)});
     if (DEVICE_BUILD) {
-        EXPECT_EQ(44u, row.offset);
-        EXPECT_EQ(920u, row.size);
+        expect_list_row(row, {44, 920});
         EXPECT_EQ(928u, row.additional_data.unbounded.node_size);
     }
 }
