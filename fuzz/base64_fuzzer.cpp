@@ -6,21 +6,11 @@
 // same bytes, and the decoded size fits the text's groups.
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <string>
 #include <vector>
 
+#include "fuzz_check.h"
 #include "utl_lib_xml_vexa_data_utl.h"
-
-#define BASE64_CHECK(condition)                                                        \
-    do {                                                                               \
-        if (!(condition)) {                                                            \
-            std::fprintf(stderr, "base64 check failed: %s (%s:%d)\n", #condition,      \
-                         __FILE__, __LINE__);                                          \
-            std::abort();                                                              \
-        }                                                                              \
-    } while (0)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
@@ -30,26 +20,26 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     // Any bytes encode to text that decodes back to them.
     const std::vector<char> raw(text.begin(), text.end());
     std::string raw_text;
-    BASE64_CHECK(utl.encode_base64(raw, raw_text) == 0);
+    FUZZ_CHECK(utl.encode_base64(raw, raw_text) == 0);
     std::vector<char> raw_again;
-    BASE64_CHECK(utl.decode_base64(raw_text, raw_again) == 0);
-    BASE64_CHECK(raw_again == raw);
+    FUZZ_CHECK(utl.decode_base64(raw_text, raw_again) == 0);
+    FUZZ_CHECK(raw_again == raw);
 
     const std::vector<char> sentinel(3, 'x');
     std::vector<char> decoded = sentinel;
     if (utl.decode_base64(text, decoded) != 0) {
-        BASE64_CHECK(decoded == sentinel);
+        FUZZ_CHECK(decoded == sentinel);
         return 0;
     }
-    BASE64_CHECK(decoded.size() <= text.size() / 4 * 3);
+    FUZZ_CHECK(decoded.size() <= text.size() / 4 * 3);
 
     std::string encoded;
-    BASE64_CHECK(utl.encode_base64(decoded, encoded) == 0);
-    BASE64_CHECK(encoded.size() == (decoded.size() + 2) / 3 * 4);
-    BASE64_CHECK(encoded.size() <= text.size());
+    FUZZ_CHECK(utl.encode_base64(decoded, encoded) == 0);
+    FUZZ_CHECK(encoded.size() == (decoded.size() + 2) / 3 * 4);
+    FUZZ_CHECK(encoded.size() <= text.size());
 
     std::vector<char> again;
-    BASE64_CHECK(utl.decode_base64(encoded, again) == 0);
-    BASE64_CHECK(again == decoded);
+    FUZZ_CHECK(utl.decode_base64(encoded, again) == 0);
+    FUZZ_CHECK(again == decoded);
     return 0;
 }

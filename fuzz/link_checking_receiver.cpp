@@ -1,17 +1,6 @@
 #include "link_checking_receiver.h"
 
-#include <cstdio>
-#include <cstdlib>
-
-// A broken invariant aborts, so both libFuzzer and the corpus replay stop on it.
-#define LINK_CHECK(condition)                                                        \
-    do {                                                                             \
-        if (!(condition)) {                                                          \
-            std::fprintf(stderr, "link check failed: %s (%s:%d)\n", #condition,      \
-                         __FILE__, __LINE__);                                        \
-            std::abort();                                                            \
-        }                                                                            \
-    } while (0)
+#include "fuzz_check.h"
 
 namespace norvane {
 
@@ -103,10 +92,10 @@ void link_checking_receiver::expect_transfer(int event, const unsigned char* dat
 void link_checking_receiver::check_transfer_done(uint32_t link_total_size,
                                                  uint32_t link_received_size)
 {
-    LINK_CHECK(headers_seen_ == expect_header_);
-    LINK_CHECK(bodies_seen_ == expect_body_);
-    LINK_CHECK(link_total_size == total_size_);
-    LINK_CHECK(link_received_size == received_size_);
+    FUZZ_CHECK(headers_seen_ == expect_header_);
+    FUZZ_CHECK(bodies_seen_ == expect_body_);
+    FUZZ_CHECK(link_total_size == total_size_);
+    FUZZ_CHECK(link_received_size == received_size_);
 }
 
 uint32_t link_checking_receiver::missing_size() const
@@ -125,16 +114,16 @@ void link_checking_receiver::set_draining(int draining)
 int link_checking_receiver::act_notify_recv_header(const QAV_MNT_FWUPDATE_PACKATE_HEADER_& header)
 {
     ++headers_seen_;
-    LINK_CHECK(expect_header_ == 1);
-    LINK_CHECK(headers_seen_ == 1);
-    LINK_CHECK(bodies_seen_ == 0);  // the header comes before its body
-    LINK_CHECK(header.version == expected_header_.version);
-    LINK_CHECK(header.reserved == expected_header_.reserved);
-    LINK_CHECK(header.request_id == expected_header_.request_id);
-    LINK_CHECK(header.result_code == expected_header_.result_code);
-    LINK_CHECK(header.command == expected_header_.command);
-    LINK_CHECK(header.option_code == expected_header_.option_code);
-    LINK_CHECK(header.data_size == expected_header_.data_size);
+    FUZZ_CHECK(expect_header_ == 1);
+    FUZZ_CHECK(headers_seen_ == 1);
+    FUZZ_CHECK(bodies_seen_ == 0);  // the header comes before its body
+    FUZZ_CHECK(header.version == expected_header_.version);
+    FUZZ_CHECK(header.reserved == expected_header_.reserved);
+    FUZZ_CHECK(header.request_id == expected_header_.request_id);
+    FUZZ_CHECK(header.result_code == expected_header_.result_code);
+    FUZZ_CHECK(header.command == expected_header_.command);
+    FUZZ_CHECK(header.option_code == expected_header_.option_code);
+    FUZZ_CHECK(header.data_size == expected_header_.data_size);
     packet_bytes_ = 0;
     packet_total_ = header.data_size + HEADER_SIZE;
     return 0;
@@ -144,15 +133,15 @@ int link_checking_receiver::act_notify_recv_body(unsigned int size, const char* 
                                                  int isRecvEnd)
 {
     ++bodies_seen_;
-    LINK_CHECK(expect_body_ == 1);
-    LINK_CHECK(bodies_seen_ == 1);
-    LINK_CHECK(size == expected_body_size_);
-    LINK_CHECK(data == expected_body_data_);
-    LINK_CHECK(isRecvEnd == expected_end_);
+    FUZZ_CHECK(expect_body_ == 1);
+    FUZZ_CHECK(bodies_seen_ == 1);
+    FUZZ_CHECK(size == expected_body_size_);
+    FUZZ_CHECK(data == expected_body_data_);
+    FUZZ_CHECK(isRecvEnd == expected_end_);
     // The pieces of a packet add up: it ends exactly when the bytes
     // delivered (the first piece counted with its header) reach its size.
     packet_bytes_ += size;
-    LINK_CHECK(isRecvEnd == (packet_bytes_ >= packet_total_ ? 1 : 0));
+    FUZZ_CHECK(isRecvEnd == (packet_bytes_ >= packet_total_ ? 1 : 0));
     if (draining_ == 0) {
         touch_(data, size);
     }

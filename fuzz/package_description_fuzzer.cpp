@@ -5,24 +5,14 @@
 // a result other than 0 or 1.
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <string>
 #include <vector>
 
+#include "fuzz_check.h"
 #include "qav_mnt_fwupdate_lib_verify_file_info.h"
 #include "qav_mnt_fwupdate_lib_verify_xml_info.h"
 #include "qav_mnt_fwupdate_lib_verify_xml_list.h"
 #include "utl_lib_xml_vexa_firmware_upgrade_service.h"
-
-#define PACKAGE_CHECK(condition)                                                       \
-    do {                                                                               \
-        if (!(condition)) {                                                            \
-            std::fprintf(stderr, "package check failed: %s (%s:%d)\n", #condition,     \
-                         __FILE__, __LINE__);                                          \
-            std::abort();                                                              \
-        }                                                                              \
-    } while (0)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
@@ -30,7 +20,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     norvane::utl_lib_xml_vexa_firmware_upgrade_service fw;
     norvane::UTL_LIB_XML_VEXA_RESULT result = norvane::UTL_LIB_XML_VEXA_RESULT_NO_ERR;
     int parse_ret = fw.parse_xml(xml, result, norvane::UTL_LIB_XML_VEXA_PROTOCOL_BTSPP);
-    PACKAGE_CHECK(parse_ret == 0 || parse_ret == 1);
+    FUZZ_CHECK(parse_ret == 0 || parse_ret == 1);
     if (parse_ret != 0) {
         return 0;
     }
@@ -39,14 +29,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     norvane::UTL_LIB_XML_VEXA_PACKAGE_TYPE_ package_type = norvane::UTL_LIB_XML_VEXA_PACKAGE_TYPE_NONE;
     norvane::qav_mnt_fwupdate_lib_verify_xml_info info;
     int info_ret = info.get_package_info(fw, package_version, package_type);
-    PACKAGE_CHECK(info_ret == 0 || info_ret == 1);
+    FUZZ_CHECK(info_ret == 0 || info_ret == 1);
     if (info_ret != 0) {
-        PACKAGE_CHECK(package_version == "untouched");
+        FUZZ_CHECK(package_version == "untouched");
     }
 
     std::vector<norvane::verify_file_info> declared;
     norvane::qav_mnt_fwupdate_lib_verify_xml_list list;
     int list_ret = list.get_list(fw, declared);
-    PACKAGE_CHECK(list_ret == 0 || list_ret == 1);
+    FUZZ_CHECK(list_ret == 0 || list_ret == 1);
     return 0;
 }

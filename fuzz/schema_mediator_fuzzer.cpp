@@ -7,22 +7,12 @@
 // double free shows under ASan.
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 
+#include "fuzz_check.h"
 #include "utl_lib_xml_vexa_data.h"
 #include "utl_lib_xml_vexa_mediator.h"
-
-#define MEDIATOR_CHECK(condition)                                                      \
-    do {                                                                               \
-        if (!(condition)) {                                                            \
-            std::fprintf(stderr, "mediator check failed: %s (%s:%d)\n", #condition,    \
-                         __FILE__, __LINE__);                                          \
-            std::abort();                                                              \
-        }                                                                              \
-    } while (0)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
@@ -33,18 +23,18 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     norvane::UTL_LIB_XML_VEXA_RESULT result = norvane::UTL_LIB_XML_VEXA_RESULT_NO_ERR;
     if (mediator.parse(norvane::UTL_LIB_XML_VEXA_MESSAGE_FIRMWARE_PACKAGE, xml, &package,
                        result) != 0) {
-        MEDIATOR_CHECK(result == norvane::UTL_LIB_XML_VEXA_RESULT_PARSER_ERR);
+        FUZZ_CHECK(result == norvane::UTL_LIB_XML_VEXA_RESULT_PARSER_ERR);
         return 0;
     }
 
     std::string written;
-    MEDIATOR_CHECK(mediator.create(norvane::UTL_LIB_XML_VEXA_MESSAGE_FIRMWARE_PACKAGE, 1,
+    FUZZ_CHECK(mediator.create(norvane::UTL_LIB_XML_VEXA_MESSAGE_FIRMWARE_PACKAGE, 1,
                                    &package, written, result) == 0);
 
     norvane::utl_lib_xml_vexa_mediator reader;
     norvane::UTL_LIB_XML_VEXA_FIRMWARE_PACKAGE_S again;
     std::memset(&again, 0, sizeof(again));
-    MEDIATOR_CHECK(reader.parse(norvane::UTL_LIB_XML_VEXA_MESSAGE_FIRMWARE_PACKAGE, written,
+    FUZZ_CHECK(reader.parse(norvane::UTL_LIB_XML_VEXA_MESSAGE_FIRMWARE_PACKAGE, written,
                                 &again, result) == 0);
     return 0;
 }
