@@ -307,6 +307,8 @@ TEST_F(hostile_package_test, description_of_10_mib_is_read_and_the_package_verif
     expect_verified_run(make_package(files, description));
 
     EXPECT_EQ(std::string("4.0", 4), record("FIRMWARE_VERSION_DEVICE"));
+    // The description is dumped into the log whole.
+    EXPECT_GE(program_log().size(), description.size());
 }
 
 TEST_F(hostile_package_test, description_with_100000_entries_fails_the_comparison)
