@@ -212,6 +212,12 @@ int main(int argc, char** argv)
         sizes = {64, 256};
     }
     ::setenv("FWUPDATE_TRACE_FILE", "/dev/null", 1);
+    // Packages are checksummed as the device does, through "busybox sum":
+    // on the host, the front in the host platform's bin.
+    const char* path = std::getenv("PATH");
+    const std::string with_front =
+        std::string(FWUPDATE_HOST_BIN_DIR) + ":" + (path != nullptr ? path : "/usr/bin:/bin");
+    ::setenv("PATH", with_front.c_str(), 1);
     std::printf("%-9s %14s %14s %14s %10s %14s %12s\n", "package", "upload MB/s", "floor MB/s",
                 "upload/floor", "total MB/s", "peak RSS MiB", "delivered");
     std::vector<long> peaks;

@@ -1,5 +1,6 @@
 #include "program_runner.h"
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
@@ -7,7 +8,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -75,6 +75,23 @@ int program_runner::start(const std::string& binary, const program_environment& 
     return 0;
 }
 
+namespace {
+
+// VmHWM of a running process in KiB; 0 once it has ended.
+long resident_high_water_kib(pid_t pid)
+{
+    std::ifstream status("/proc/" + std::to_string(pid) + "/status");
+    std::string line;
+    while (std::getline(status, line)) {
+        if (line.rfind("VmHWM:", 0) == 0) {
+            return std::strtol(line.c_str() + 6, nullptr, 10);
+        }
+    }
+    return 0;
+}
+
+}  // namespace
+
 int program_runner::wait_exit(int timeout_ms, int& exit_status)
 {
     long ignored = 0;
@@ -87,14 +104,14 @@ int program_runner::wait_exit(int timeout_ms, int& exit_status, long& peak_rss_k
         return 1;
     }
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout_ms);
+    peak_rss_kib = 0;
     for (;;) {
+        peak_rss_kib = std::max(peak_rss_kib, resident_high_water_kib(pid_));
         int status = 0;
-        rusage usage{};
-        pid_t done = ::wait4(pid_, &status, WNOHANG, &usage);
+        pid_t done = ::waitpid(pid_, &status, WNOHANG);
         if (done == pid_) {
             pid_ = -1;
             exit_status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-            peak_rss_kib = usage.ru_maxrss;
             return 0;
         }
         if (std::chrono::steady_clock::now() >= deadline) {

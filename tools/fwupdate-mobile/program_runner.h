@@ -39,7 +39,10 @@ public:
     // Waits at most timeout_ms for the program to end; exit_status gets its
     // exit status (or 128 + signal). 0 when it ended, 1 on time-out.
     int wait_exit(int timeout_ms, int& exit_status);
-    // The same, also handing back the program's peak resident memory in KiB.
+    // The same, also handing back the program's own peak resident memory in
+    // KiB, read from its VmHWM while it runs. (The rusage of the reaped child
+    // would not do: it counts the image the child had before exec, which
+    // shares the starter's memory.)
     int wait_exit(int timeout_ms, int& exit_status, long& peak_rss_kib);
     // Waits at most timeout_ms until the program's log (log_path of its
     // environment) says that its start-up is done: the link is connected and
