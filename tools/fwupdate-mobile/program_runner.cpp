@@ -1,6 +1,5 @@
 #include "program_runner.h"
 
-#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
@@ -75,12 +74,12 @@ int program_runner::start(const std::string& binary, const program_environment& 
     return 0;
 }
 
-namespace {
-
-// VmHWM of a running process in KiB; 0 once it has ended.
-long resident_high_water_kib(pid_t pid)
+long program_runner::resident_high_water_kib() const
 {
-    std::ifstream status("/proc/" + std::to_string(pid) + "/status");
+    if (pid_ <= 0) {
+        return 0;
+    }
+    std::ifstream status("/proc/" + std::to_string(pid_) + "/status");
     std::string line;
     while (std::getline(status, line)) {
         if (line.rfind("VmHWM:", 0) == 0) {
@@ -90,23 +89,13 @@ long resident_high_water_kib(pid_t pid)
     return 0;
 }
 
-}  // namespace
-
 int program_runner::wait_exit(int timeout_ms, int& exit_status)
-{
-    long ignored = 0;
-    return wait_exit(timeout_ms, exit_status, ignored);
-}
-
-int program_runner::wait_exit(int timeout_ms, int& exit_status, long& peak_rss_kib)
 {
     if (pid_ <= 0) {
         return 1;
     }
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout_ms);
-    peak_rss_kib = 0;
     for (;;) {
-        peak_rss_kib = std::max(peak_rss_kib, resident_high_water_kib(pid_));
         int status = 0;
         pid_t done = ::waitpid(pid_, &status, WNOHANG);
         if (done == pid_) {

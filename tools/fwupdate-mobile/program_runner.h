@@ -39,11 +39,11 @@ public:
     // Waits at most timeout_ms for the program to end; exit_status gets its
     // exit status (or 128 + signal). 0 when it ended, 1 on time-out.
     int wait_exit(int timeout_ms, int& exit_status);
-    // The same, also handing back the program's own peak resident memory in
-    // KiB, read from its VmHWM while it runs. (The rusage of the reaped child
-    // would not do: it counts the image the child had before exec, which
-    // shares the starter's memory.)
-    int wait_exit(int timeout_ms, int& exit_status, long& peak_rss_kib);
+    // The program's own peak resident memory so far, in KiB (its VmHWM),
+    // or 0 once it has ended. The rusage of the reaped child would not do: it
+    // counts the image the child had before exec, which shares the starter's
+    // memory.
+    long resident_high_water_kib() const;
     // Waits at most timeout_ms until the program's log (log_path of its
     // environment) says that its start-up is done: the link is connected and
     // the program accepts packets. The link delivers transfers from the
