@@ -46,8 +46,7 @@ TEST_F(platform_fault_test, link_that_cannot_connect_ends_the_run_with_status_1)
     ASSERT_EQ(0, program_.start(program_binary(), environment_with("aoa_connect")));
     EXPECT_EQ(1, wait_program());
 
-    EXPECT_EQ(0u, service_log().find("dlstart\n"));
-    EXPECT_NE(std::string::npos, service_log().find("dlfinish 1\n"));
+    EXPECT_EQ("dlstart\naoa_connect fault\ndlfinish 1\n", service_log());
     const std::string log = program_log();
     EXPECT_NE(std::string::npos, log.find("[ERR] connect(): osl_mdev_aoa_connect mdev_ret:[0x00000001]\n"));
     EXPECT_NE(std::string::npos, log.find(finish_line(1)));
@@ -102,8 +101,7 @@ TEST_F(platform_fault_test, upload_reply_that_cannot_be_sent_ends_the_run_as_a_f
     EXPECT_EQ(0, wait_program());
 
     EXPECT_TRUE(replies().empty());
-    EXPECT_EQ(0u, service_log().find("dlstart\n"));
-    EXPECT_NE(std::string::npos, service_log().find("dlfinish 1\n"));
+    EXPECT_EQ("dlstart\naoa_send fault\ndlfinish 1\n", service_log());
     const std::string log = program_log();
     EXPECT_NE(std::string::npos, log.find("[ERR] send(): osl_mdev_aoa_send mdev_ret:[0x00000001]\n"));
     EXPECT_NE(std::string::npos,
