@@ -2,6 +2,7 @@
 #include "e2e_fixture.h"
 
 #include "bsd_sum.h"
+#include "delivery_replies.h"
 #include "mobile_packet.h"
 
 #include <filesystem>
@@ -10,11 +11,6 @@ namespace norvane_test {
 namespace {
 
 using norvane_tools::upload_options;
-
-const char* const upload_ok = "00 01 00 00 00 01 00 00 80 12 00 00 00 00 00 00";
-const char* const finished_ok_2 = "00 01 00 00 00 02 00 00 80 13 00 02 00 00 00 00";
-const char* const finished_ok_3 = "00 01 00 00 00 03 00 00 80 13 00 02 00 00 00 00";
-const char* const finished_fw_error_2 = "00 01 00 00 00 02 00 15 80 13 00 02 00 00 00 00";
 
 class delivery_test : public e2e_fixture {
 protected:
@@ -171,10 +167,7 @@ TEST_F(delivery_test, body_in_the_first_transfer_corrupts_the_stored_package)
 TEST_F(delivery_test, program_ignores_its_command_line)
 {
     const auto files = sample_files(3000, 300);
-    ASSERT_EQ(0, program_.start(program_binary(), environment_with(""), {"--help", "-x", "extra"}));
-    ASSERT_EQ(0, phone_.accept_program(10000));
-    ASSERT_EQ(0, norvane_tools::program_runner::wait_until_ready(dir_.file("program.log"), 10000));
-    session_ = std::make_unique<norvane_tools::mobile_session>(phone_, 30000);
+    ASSERT_EQ(0, start_program(program_options{"", {}, {"--help", "-x", "extra"}}));
     EXPECT_EQ(upload_ok, upload(make_package(files, "2.0", "DEVICE_FIRMWARE"), upload_options{}));
     EXPECT_EQ(finished_ok_2, status(1));
     EXPECT_EQ(finished_ok_3, status(2));

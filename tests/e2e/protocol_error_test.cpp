@@ -1,6 +1,7 @@
 // What the real program does with requests a phone should not send.
 #include "e2e_fixture.h"
 
+#include "delivery_replies.h"
 #include "mobile_packet.h"
 
 #include <filesystem>
@@ -89,9 +90,9 @@ TEST_F(protocol_error_test, body_data_after_verification_ends_the_run_with_statu
 {
     const auto files = sample_files(3000, 300);
     ASSERT_EQ(0, start_program());
-    EXPECT_EQ("00 01 00 00 00 01 00 00 80 12 00 00 00 00 00 00",
+    EXPECT_EQ(upload_ok,
               upload(make_package(files, "1.0", "DEVICE_FIRMWARE"), upload_options{}));
-    EXPECT_EQ("00 01 00 00 00 02 00 00 80 13 00 02 00 00 00 00", status(1));
+    EXPECT_EQ(finished_ok_2, status(1));
     // A second upload whose body shares the header's transfer: the body
     // arrives while the program waits for the confirmation.
     std::string packet = encode_header(norvane_tools::upload_request(1, 0, 3, 4)) + "DATA";
