@@ -38,6 +38,16 @@ bool phone_peer::send(const std::string& transfer)
     return socket_.send_transfer(transfer) == 0;
 }
 
+bool phone_peer::send(const transfer_bytes& transfer)
+{
+    return socket_.send_transfer(transfer.data(), transfer.size()) == 0;
+}
+
+transfer_bytes phone_peer::receive_bytes(int timeout_ms)
+{
+    return as_bytes(receive(timeout_ms));
+}
+
 std::string phone_peer::receive(int timeout_ms)
 {
     std::string transfer;

@@ -8,6 +8,7 @@
 #define NORVANE_TESTS_PHONE_PEER_H
 
 #include "phone_socket.h"
+#include "wire_header.h"
 
 #include <string>
 
@@ -28,9 +29,11 @@ public:
     bool accept_link(int timeout_ms = wait_ms);
     // Sends one transfer; false when it could not be sent.
     bool send(const std::string& transfer);
+    bool send(const transfer_bytes& transfer);
     // The next transfer from the link; "" when none comes in time or the
     // link closed.
     std::string receive(int timeout_ms = wait_ms);
+    transfer_bytes receive_bytes(int timeout_ms = wait_ms);
     // Closes the accepted connection, which the link sees as the phone leaving.
     void close_link();
     norvane_tools::phone_socket& socket() { return socket_; }

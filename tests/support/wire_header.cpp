@@ -45,4 +45,9 @@ std::string status_reply(uint16_t request_id, uint16_t option_code, uint16_t res
                        option_code, 0);
 }
 
+transfer_bytes as_bytes(const std::string& transfer)
+{
+    return transfer_bytes(transfer.begin(), transfer.end());
+}
+
 }  // namespace norvane_test

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace norvane_test {
 
@@ -22,6 +23,10 @@ std::string status_query(uint16_t request_id, uint16_t option_code);
 // Replies: the upload reply (option 0) and a status reply.
 std::string upload_reply(uint16_t request_id, uint16_t result_code);
 std::string status_reply(uint16_t request_id, uint16_t option_code, uint16_t result_code);
+
+// The same bytes for tests that keep transfers as unsigned bytes.
+using transfer_bytes = std::vector<unsigned char>;
+transfer_bytes as_bytes(const std::string& transfer);
 
 }  // namespace norvane_test
 

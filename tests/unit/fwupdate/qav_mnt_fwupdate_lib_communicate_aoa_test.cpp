@@ -14,8 +14,9 @@
 #include <string>
 #include <vector>
 
-#include "aoa_peer.h"
+#include "phone_peer.h"
 #include "temp_dir.h"
+#include "wire_header.h"
 
 namespace {
 
@@ -102,19 +103,14 @@ private:
 bytes wire_header(uint16_t version, uint16_t reserved, uint16_t request_id, uint16_t result_code,
                   uint16_t command, uint16_t option_code, uint32_t data_size)
 {
-    return bytes{static_cast<unsigned char>(version >> 8),     static_cast<unsigned char>(version),
-                 static_cast<unsigned char>(reserved >> 8),    static_cast<unsigned char>(reserved),
-                 static_cast<unsigned char>(request_id >> 8),  static_cast<unsigned char>(request_id),
-                 static_cast<unsigned char>(result_code >> 8), static_cast<unsigned char>(result_code),
-                 static_cast<unsigned char>(command >> 8),     static_cast<unsigned char>(command),
-                 static_cast<unsigned char>(option_code >> 8), static_cast<unsigned char>(option_code),
-                 static_cast<unsigned char>(data_size >> 24),  static_cast<unsigned char>(data_size >> 16),
-                 static_cast<unsigned char>(data_size >> 8),   static_cast<unsigned char>(data_size)};
+    return norvane_test::as_bytes(norvane_test::wire_header(version, reserved, request_id,
+                                                            result_code, command, option_code,
+                                                            data_size));
 }
 
 bytes upload_header(uint32_t data_size)
 {
-    return wire_header(1, 0, 7, 0, 18, 0, data_size);
+    return norvane_test::as_bytes(norvane_test::upload_header(7, data_size));
 }
 
 // n body bytes that differ from transfer to transfer.
@@ -467,7 +463,7 @@ TEST_F(communicate_aoa_test, connect_without_listener_fails_and_keeps_the_receiv
 TEST_F(communicate_aoa_test, connect_fails_when_the_accessory_library_fails)
 {
     recording_receiver receiver;
-    norvane_test::aoa_peer peer(dir_.file("aoa.sock"));
+    norvane_test::phone_peer peer(dir_.file("aoa.sock"));
     ASSERT_TRUE(peer.listening());
     setenv("FWUPDATE_FAULTS", "aoa_connect", 1);
 
@@ -504,7 +500,7 @@ protected:
     void SetUp() override
     {
         communicate_aoa_test::SetUp();
-        peer_.reset(new norvane_test::aoa_peer(dir_.file("aoa.sock")));
+        peer_.reset(new norvane_test::phone_peer(dir_.file("aoa.sock")));
         ASSERT_TRUE(peer_->listening());
         testing::internal::CaptureStderr();
         int ret = link_->connect(&receiver_);
@@ -530,7 +526,7 @@ protected:
     }
 
     recording_receiver receiver_;
-    std::unique_ptr<norvane_test::aoa_peer> peer_;
+    std::unique_ptr<norvane_test::phone_peer> peer_;
 };
 
 QAV_MNT_FWUPDATE_PACKATE_HEADER_ status_reply()
@@ -556,10 +552,10 @@ TEST_F(communicate_aoa_connected_test, send_with_body_size_0_sends_exactly_the_1
     send_(status_reply(), 0, body, ret);
 
     EXPECT_EQ(0, ret);
-    bytes message;
-    ASSERT_TRUE(peer_->read_message(message));
+    const bytes message = peer_->receive_bytes();
+    ASSERT_FALSE(message.empty());
     EXPECT_EQ(STATUS_REPLY_WIRE, message);
-    EXPECT_FALSE(peer_->message_pending());
+    EXPECT_TRUE(peer_->receive(0).empty());
 }
 
 TEST_F(communicate_aoa_connected_test, send_with_null_body_sends_exactly_the_16_header_bytes)
@@ -568,10 +564,10 @@ TEST_F(communicate_aoa_connected_test, send_with_null_body_sends_exactly_the_16_
     send_(status_reply(), 40, nullptr, ret);
 
     EXPECT_EQ(0, ret);
-    bytes message;
-    ASSERT_TRUE(peer_->read_message(message));
+    const bytes message = peer_->receive_bytes();
+    ASSERT_FALSE(message.empty());
     EXPECT_EQ(STATUS_REPLY_WIRE, message);
-    EXPECT_FALSE(peer_->message_pending());
+    EXPECT_TRUE(peer_->receive(0).empty());
 }
 
 TEST_F(communicate_aoa_connected_test, send_with_body_sends_header_and_body_in_one_message)
@@ -586,10 +582,10 @@ TEST_F(communicate_aoa_connected_test, send_with_body_sends_header_and_body_in_o
     bytes expected = STATUS_REPLY_WIRE;
     expected[15] = 5;
     expected.insert(expected.end(), {'a', 'b', 'c', 'd', 'e'});
-    bytes message;
-    ASSERT_TRUE(peer_->read_message(message));
+    const bytes message = peer_->receive_bytes();
+    ASSERT_FALSE(message.empty());
     EXPECT_EQ(expected, message);
-    EXPECT_FALSE(peer_->message_pending());
+    EXPECT_TRUE(peer_->receive(0).empty());
 }
 
 TEST_F(communicate_aoa_connected_test, send_leaves_data_size_as_the_caller_set_it)
@@ -600,8 +596,8 @@ TEST_F(communicate_aoa_connected_test, send_leaves_data_size_as_the_caller_set_i
 
     EXPECT_EQ(0, ret);
     bytes expected = concat(STATUS_REPLY_WIRE, bytes{1, 2, 3});
-    bytes message;
-    ASSERT_TRUE(peer_->read_message(message));
+    const bytes message = peer_->receive_bytes();
+    ASSERT_FALSE(message.empty());
     EXPECT_EQ(expected, message);
 }
 
@@ -616,8 +612,8 @@ TEST_F(communicate_aoa_connected_test, send_dumps_the_swapped_fields_with_result
     EXPECT_EQ(send_dump("0x00000201", "0x00000403", "0x00003412", "0x00001500", "0x00001380",
                         "0x00000200", "0x00010000"),
               log);
-    bytes message;
-    ASSERT_TRUE(peer_->read_message(message));
+    const bytes message = peer_->receive_bytes();
+    ASSERT_FALSE(message.empty());
     EXPECT_EQ(16u, message.size());
 }
 
@@ -632,7 +628,7 @@ TEST_F(communicate_aoa_connected_test, send_failure_in_the_accessory_library_is_
                         "0x00000200", "0x00000000") +
                   "[ERR] send(): osl_mdev_aoa_send mdev_ret:[0x00000001]\n",
               log);
-    EXPECT_FALSE(peer_->message_pending());
+    EXPECT_TRUE(peer_->receive(0).empty());
 }
 
 TEST_F(communicate_aoa_connected_test, connected_link_delivers_incoming_transfers_to_the_receiver)
@@ -640,8 +636,8 @@ TEST_F(communicate_aoa_connected_test, connected_link_delivers_incoming_transfer
     const bytes first = pattern(30, 11);
     const bytes second = pattern(50, 12);
     testing::internal::CaptureStderr();
-    ASSERT_TRUE(peer_->send_message(concat(upload_header(80), first)));
-    ASSERT_TRUE(peer_->send_message(second));
+    ASSERT_TRUE(peer_->send(concat(upload_header(80), first)));
+    ASSERT_TRUE(peer_->send(second));
     bool arrived = receiver_.wait_for(3);
     testing::internal::GetCapturedStderr();
     ASSERT_TRUE(arrived);
