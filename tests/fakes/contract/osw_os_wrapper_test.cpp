@@ -7,6 +7,7 @@
 #include <cstring>
 #include <thread>
 
+#include "blocking_call.h"
 #include "osw_os_wrapper.h"
 
 namespace {
@@ -85,18 +86,16 @@ TEST(osw_message_queue_contract, receive_on_an_empty_queue_times_out)
 TEST(osw_message_queue_contract, a_receiver_waits_without_limit_until_a_message_comes)
 {
     OSW_Message_Queue queue(2, sizeof(int), 0);
-    std::atomic<bool> received(false);
     int out = 0;
-    std::thread receiver([&] {
-        EXPECT_EQ(0, queue.receive(&out, sizeof(out), OSW_WAIT_FOREVER));
-        received = true;
-    });
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    EXPECT_FALSE(received.load());
+    norvane_test::blocking_call receiver(
+        [&] { return queue.receive(&out, sizeof(out), OSW_WAIT_FOREVER); });
+    EXPECT_TRUE(receiver.wait_until_asleep());
+    EXPECT_FALSE(receiver.returned());  // asleep inside receive
     int value = 42;
-    ASSERT_EQ(0, queue.send(&value, sizeof(value), OSW_WAIT_FOREVER, 0));
-    receiver.join();
-    EXPECT_TRUE(received.load());
+    EXPECT_EQ(0, queue.send(&value, sizeof(value), OSW_WAIT_FOREVER, 0));
+    int result = -1;
+    EXPECT_TRUE(receiver.wait_returned(5000, result));
+    EXPECT_EQ(0, result);
     EXPECT_EQ(42, out);
 }
 
@@ -105,20 +104,18 @@ TEST(osw_message_queue_contract, a_sender_on_a_full_queue_waits_until_room_is_ma
     OSW_Message_Queue queue(1, sizeof(int), 0);
     int first = 1;
     ASSERT_EQ(0, queue.send(&first, sizeof(first), OSW_WAIT_FOREVER, 0));
-    std::atomic<bool> sent(false);
-    std::thread sender([&] {
-        int second = 2;
-        EXPECT_EQ(0, queue.send(&second, sizeof(second), OSW_WAIT_FOREVER, 0));
-        sent = true;
-    });
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    EXPECT_FALSE(sent.load());
+    const int second = 2;
+    norvane_test::blocking_call sender(
+        [&] { return queue.send(&second, sizeof(second), OSW_WAIT_FOREVER, 0); });
+    EXPECT_TRUE(sender.wait_until_asleep());
+    EXPECT_FALSE(sender.returned());  // asleep inside send
     int out = 0;
-    ASSERT_EQ(0, queue.receive(&out, sizeof(out), OSW_WAIT_FOREVER));
+    EXPECT_EQ(0, queue.receive(&out, sizeof(out), OSW_WAIT_FOREVER));
     EXPECT_EQ(1, out);
-    sender.join();
-    EXPECT_TRUE(sent.load());
-    ASSERT_EQ(0, queue.receive(&out, sizeof(out), OSW_WAIT_FOREVER));
+    int result = -1;
+    EXPECT_TRUE(sender.wait_returned(5000, result));
+    EXPECT_EQ(0, result);
+    EXPECT_EQ(0, queue.receive(&out, sizeof(out), OSW_WAIT_FOREVER));
     EXPECT_EQ(2, out);
 }
 
@@ -156,17 +153,17 @@ TEST(osw_mutex_semaphore_contract, a_waiting_request_is_granted_on_release)
 {
     OSW_Mutex_Semaphore mutex(1);
     ASSERT_EQ(0, mutex.request(-1));
-    std::atomic<bool> granted(false);
-    std::thread other([&] {
-        EXPECT_EQ(0, mutex.request(-1));
-        granted = true;
+    norvane_test::blocking_call other([&] {
+        const int result = mutex.request(-1);
         mutex.release();
+        return result;
     });
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    EXPECT_FALSE(granted.load());
-    mutex.release();
-    other.join();
-    EXPECT_TRUE(granted.load());
+    EXPECT_TRUE(other.wait_until_asleep());
+    EXPECT_FALSE(other.returned());  // asleep inside request
+    EXPECT_EQ(0, mutex.release());
+    int result = -1;
+    EXPECT_TRUE(other.wait_returned(5000, result));
+    EXPECT_EQ(0, result);
 }
 
 TEST(osw_allocator_contract, sub_alloc_hands_out_a_writable_block_that_free_returns)
