@@ -116,6 +116,29 @@ TEST_F(delivery_test, checksum_mismatch_is_reported_as_error_in_firmware_file)
     EXPECT_NE(std::string::npos, log.find(finish_line(0)));
 }
 
+TEST_F(delivery_test, phone_that_polls_at_once_after_the_upload_reply_gets_the_verdict)
+{
+    // The first query may overtake the verification and be answered
+    // "finished, result 0"; then the confirmation carries the verdict.
+    // Either way the phone ends up with result 21.
+    const auto files = sample_files(8000, 900);
+    auto declared = truthful_declarations(files);
+    declared[0].checksum = "00000";
+    const std::string package =
+        make_package(files, package_description(declared, "1.0", "DEVICE_FIRMWARE"));
+    ASSERT_EQ(0, start_program());
+    const norvane_tools::delivery_result result =
+        norvane_tools::deliver_package(session(), package, upload_options{}, nullptr, 50);
+    EXPECT_EQ(0, wait_program());
+
+    EXPECT_TRUE(result.upload_replied);
+    EXPECT_EQ(0, result.upload_reply.result_code);
+    EXPECT_TRUE(result.finished);
+    EXPECT_EQ(21, result.final_reply.result_code);
+    EXPECT_FALSE(result.succeeded());
+    EXPECT_EQ("dlstart\ndlfinish 1\n", service_log());
+}
+
 class transfer_size_test : public delivery_test, public ::testing::WithParamInterface<size_t> {
 };
 

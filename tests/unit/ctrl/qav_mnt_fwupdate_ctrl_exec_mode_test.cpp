@@ -1138,4 +1138,97 @@ TEST_F(ctrl_exec_mode_test, undeletable_package_file_is_a_verification_error)
               controller_lines_(log));
 }
 
+// The readiness handshake: a status query that arrives in the instant the
+// link comes up, before the controller is in CONNECT, is queued and answered
+// once the main loop runs, in CONNECT: option 1, result 0. After that reply
+// the phone's upload is taken.
+TEST_F(ctrl_exec_mode_test, handshake_sent_as_the_link_comes_up_is_answered_ongoing_once_connected)
+{
+    std::string body = sample_package_("DEVICE_FIRMWARE");
+    fake_aoa::send_on_connect({status_query(0, 1)});
+    int ret = run_([&body] {
+        ASSERT_TRUE(fake_aoa::wait_sent(1, WAIT_MS));
+        ASSERT_TRUE(idle_());
+        upload_in_one_transfer_(1, body);
+        confirm_(2);
+    });
+    EXPECT_EQ(0, ret);
+    EXPECT_EQ((std::vector<std::string>{status_reply(0, 1, 0), upload_reply(1, 0),
+                                        status_reply(2, 2, 0), status_reply(3, 2, 0)}),
+              fake_aoa::sent());
+    EXPECT_EQ("dlfinish 0", fake_upd::calls().back());
+    EXPECT_EQ(verified_run_lines_() + std::vector<std::string>{dlfinish_(0, 0, 5)},
+              controller_lines_(log_()));
+}
+
+// Without the handshake a phone that uploads as the link comes up races the
+// controller's start-up: the header is queued in any state, but body data
+// that arrives before CONNECT is refused, the run ends without a reply and
+// execute returns 1.
+TEST_F(ctrl_exec_mode_test, upload_sent_as_the_link_comes_up_is_refused_and_ends_the_run_with_1)
+{
+    std::string body = sample_package_("DEVICE_FIRMWARE");
+    fake_aoa::send_on_connect({upload_header(1, static_cast<uint32_t>(body.size())) + body});
+    qav_mnt_fwupdate_ctrl_exec_mode ctrl;
+    EXPECT_EQ(1, ctrl.execute());
+    EXPECT_TRUE(fake_aoa::sent().empty());
+    EXPECT_EQ((std::vector<std::string>{"dlstart", "dlfinish 1"}), fake_upd::calls());
+    EXPECT_EQ(0, fake_os_wrapper::blocks_outstanding());
+    EXPECT_EQ((std::vector<std::string>{
+                  INIT_START,
+                  "[ERR] act_notify_recv_body(): recv unknown data. now state[INITIAL]",
+                  change_("INITIAL", "CONNECT"), INIT_OK, change_("CONNECT", "DOWNLOAD"),
+                  UNKNOWN_MSG_5, change_("DOWNLOAD", "FINISHED"), error_("COMMUNICATE_MOBILE"),
+                  dlfinish_(0, 1, 5)}),
+              controller_lines_(log_()));
+}
+
+// A status query the phone sends at once after the upload reply can reach the
+// queue before the verification message: it is answered "finished, result 0"
+// although nothing is verified yet. The confirmation (option 2) that the
+// phone sends after that reply comes behind the verification, so it carries
+// the verdict: here the failure, 21, which ends the run.
+TEST_F(ctrl_exec_mode_test, query_that_overtakes_the_verification_says_finished_0_and_the_confirmation_says_21)
+{
+    std::string body = package_with_wrong_checksum_();
+    int ret = run_([&body] {
+        ASSERT_TRUE(idle_());
+        fake_os_wrapper::hold_receive(true);
+        upload_in_one_transfer_(1, body);
+        deliver_(status_query(2, 1));
+        fake_os_wrapper::hold_receive(false);
+        ASSERT_TRUE(fake_aoa::wait_sent(2, WAIT_MS));
+        deliver_(status_query(3, 2));
+    });
+    EXPECT_EQ(0, ret);
+    EXPECT_EQ((std::vector<std::string>{upload_reply(1, 0), status_reply(2, 2, 0),
+                                        status_reply(3, 2, 21)}),
+              fake_aoa::sent());
+    EXPECT_EQ((std::vector<std::string>{"dlstart", "dlfinish 1"}), fake_upd::calls());
+    EXPECT_TRUE(contains_line_(log_(), "[IMP] verify(): ##### Faild Verify process."));
+}
+
+// The same with a good package: the early query says finished, result 0, and
+// the confirmation, answered after the verification, says so too and ends the
+// run with the version recorded.
+TEST_F(ctrl_exec_mode_test, query_that_overtakes_the_verification_says_finished_0_and_the_confirmation_says_0)
+{
+    std::string body = sample_package_("DEVICE_FIRMWARE");
+    int ret = run_([&body] {
+        ASSERT_TRUE(idle_());
+        fake_os_wrapper::hold_receive(true);
+        upload_in_one_transfer_(1, body);
+        deliver_(status_query(2, 1));
+        fake_os_wrapper::hold_receive(false);
+        ASSERT_TRUE(fake_aoa::wait_sent(2, WAIT_MS));
+        deliver_(status_query(3, 2));
+    });
+    EXPECT_EQ(0, ret);
+    EXPECT_EQ((std::vector<std::string>{upload_reply(1, 0), status_reply(2, 2, 0),
+                                        status_reply(3, 2, 0)}),
+              fake_aoa::sent());
+    EXPECT_EQ("dlfinish 0", fake_upd::calls().back());
+    EXPECT_EQ(std::string("1.2.3\0", 6), fake_upd::records()["FIRMWARE_VERSION_DEVICE"]);
+}
+
 }  // namespace
