@@ -243,6 +243,22 @@ protected:
         });
     }
 
+    // The upload in one transfer and a status query (option 1) that reaches
+    // the queue before the verification message; after its reply, the
+    // confirmation (option 2).
+    int upload_with_an_overtaking_query_(const std::string& body)
+    {
+        return run_([&body] {
+            ASSERT_TRUE(idle_());
+            fake_os_wrapper::hold_receive(true);
+            upload_in_one_transfer_(1, body);
+            deliver_(status_query(2, 1));
+            fake_os_wrapper::hold_receive(false);
+            ASSERT_TRUE(fake_aoa::wait_sent(2, WAIT_MS));
+            deliver_(status_query(3, 2));
+        });
+    }
+
     std::string log_()
     {
         capturing_ = false;
@@ -1191,15 +1207,7 @@ TEST_F(ctrl_exec_mode_test, upload_sent_as_the_link_comes_up_is_refused_and_ends
 TEST_F(ctrl_exec_mode_test, query_that_overtakes_the_verification_says_finished_0_and_the_confirmation_says_21)
 {
     std::string body = package_with_wrong_checksum_();
-    int ret = run_([&body] {
-        ASSERT_TRUE(idle_());
-        fake_os_wrapper::hold_receive(true);
-        upload_in_one_transfer_(1, body);
-        deliver_(status_query(2, 1));
-        fake_os_wrapper::hold_receive(false);
-        ASSERT_TRUE(fake_aoa::wait_sent(2, WAIT_MS));
-        deliver_(status_query(3, 2));
-    });
+    int ret = upload_with_an_overtaking_query_(body);
     EXPECT_EQ(0, ret);
     EXPECT_EQ((std::vector<std::string>{upload_reply(1, 0), status_reply(2, 2, 0),
                                         status_reply(3, 2, 21)}),
@@ -1214,15 +1222,7 @@ TEST_F(ctrl_exec_mode_test, query_that_overtakes_the_verification_says_finished_
 TEST_F(ctrl_exec_mode_test, query_that_overtakes_the_verification_says_finished_0_and_the_confirmation_says_0)
 {
     std::string body = sample_package_("DEVICE_FIRMWARE");
-    int ret = run_([&body] {
-        ASSERT_TRUE(idle_());
-        fake_os_wrapper::hold_receive(true);
-        upload_in_one_transfer_(1, body);
-        deliver_(status_query(2, 1));
-        fake_os_wrapper::hold_receive(false);
-        ASSERT_TRUE(fake_aoa::wait_sent(2, WAIT_MS));
-        deliver_(status_query(3, 2));
-    });
+    int ret = upload_with_an_overtaking_query_(body);
     EXPECT_EQ(0, ret);
     EXPECT_EQ((std::vector<std::string>{upload_reply(1, 0), status_reply(2, 2, 0),
                                         status_reply(3, 2, 0)}),
