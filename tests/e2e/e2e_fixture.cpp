@@ -58,7 +58,7 @@ std::string e2e_fixture::program_binary()
 
 program_environment e2e_fixture::environment_with(const program_options& options) const
 {
-    program_environment environment{phone_.path(), state_dir_,  options.faults,
+    program_environment environment{phone_.path(), state_dir_, options.faults,
                                     FWUPDATE_HOST_BIN_DIR, program_log_path(), {},
                                     options.environment};
     const char* launcher = std::getenv("FWUPDATE_E2E_LAUNCHER");
