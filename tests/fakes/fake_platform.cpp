@@ -8,6 +8,7 @@ void fake_platform::reset()
     fake_aoa::reset();
     fake_upd::reset();
     fake_trace::reset();
+    fake_trust_dir::reset();
 }
 
 }  // namespace norvane_fake

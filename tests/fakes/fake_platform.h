@@ -5,6 +5,7 @@
 #include "fake_aoa.h"
 #include "fake_os_wrapper.h"
 #include "fake_trace.h"
+#include "fake_trust_dir.h"
 #include "fake_upd.h"
 
 namespace norvane_fake {
