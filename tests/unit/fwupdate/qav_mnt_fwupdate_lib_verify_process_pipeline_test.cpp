@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <sstream>
 #include <string>
@@ -16,9 +17,12 @@
 #include <vector>
 
 #include "bsd_sum.h"
+#include "bsd_sum_collision.h"
 #include "qav_mnt_fwupdate_lib_util.h"
+#include "fwupdate_trust_dir.h"
 #include "qav_mnt_fwupdate_lib_verify_process.h"
 #include "temp_dir.h"
+#include "test_signer.h"
 
 namespace {
 
@@ -86,6 +90,23 @@ public:
         ASSERT_EQ(0, std::system(command.c_str()));
         norvane::qav_mnt_fwupdate_lib_util util;
         ASSERT_EQ(0, util.unzip(zip_path_, folder_));
+    }
+
+    // Adds FW_package.sha256, listing every file added so far, and its
+    // signature by signer.
+    void sign(const norvane_test::test_signer& signer)
+    {
+        std::vector<std::string> sorted = names_;
+        std::sort(sorted.begin(), sorted.end());
+        const std::string manifest = norvane_test::manifest_of(source_, sorted);
+        add("FW_package.sha256", manifest);
+        add("FW_package.sha256.sig", signer.sign(manifest));
+    }
+
+    // Replaces a file's bytes in the extracted folder.
+    void change_extracted(const std::string& name, const std::string& bytes)
+    {
+        norvane_test::write_file_bytes(folder_ + "/" + name, bytes);
     }
 
     const std::string& folder() const { return folder_; }
@@ -506,6 +527,216 @@ TEST(qav_mnt_fwupdate_lib_verify_process_pipeline, name_differing_only_in_case_f
                            {declared_truly("A.bin", A_BIN), declared_truly("b.bin", B_BIN)},
                            "[ERR] check(): Length of the list of both for comparison is "
                            "different. xml_info_list_size:[2] unzip_info_list_size:[1]\n");
+}
+
+// Signed packages. The trust folder comes from FWUPDATE_TRUST_DIR, which the
+// host platform reads; each test sets it and the fixture clears it again.
+class qav_mnt_fwupdate_lib_verify_process_signature : public testing::Test {
+protected:
+    qav_mnt_fwupdate_lib_verify_process_signature()
+        : signer_(norvane_test::RFC8032_TEST1_SECRET_HEX),
+          other_signer_(norvane_test::RFC8032_TEST2_SECRET_HEX)
+    {
+    }
+    void TearDown() override { ::unsetenv("FWUPDATE_TRUST_DIR"); }
+
+    void use_trust_folder(const std::string& folder)
+    {
+        ::setenv("FWUPDATE_TRUST_DIR", folder.c_str(), 1);
+    }
+
+    std::string trust_folder_with(const std::string& name, const std::string& text)
+    {
+        const std::string folder = keys_.file("trust");
+        ::mkdir(folder.c_str(), 0755);
+        norvane_test::write_file_bytes(folder + "/" + name, text);
+        return folder;
+    }
+
+    // A built package of a.bin and b.bin, signed by signer when given.
+    void build(package_fixture& package, const norvane_test::test_signer* signer)
+    {
+        package.add("a.bin", A_BIN);
+        package.add("b.bin", B_BIN);
+        package.add("FW_package.xml", xml_);
+        if (signer != nullptr) {
+            package.sign(*signer);
+        }
+        package.build();
+    }
+
+    std::string until_check_passes(const package_fixture& package) const
+    {
+        return through_stage_4(package, xml_, "6.1", declared_) +
+               verify_line("[INF]", "##### Success check verify list operation.");
+    }
+
+    std::string success_end() const { return verify_line("[IMP]", "##### Success End Verify process."); }
+
+    const std::vector<declared_file> declared_ = {declared_truly("a.bin", A_BIN),
+                                                  declared_truly("b.bin", B_BIN)};
+    const std::string xml_ = description_xml("<package_version>6.1</package_version>", declared_);
+    norvane_test::temp_dir keys_;
+    norvane_test::test_signer signer_;
+    norvane_test::test_signer other_signer_;
+};
+
+TEST_F(qav_mnt_fwupdate_lib_verify_process_signature,
+       without_trusted_keys_signed_and_unsigned_packages_log_exactly_as_before)
+{
+    // The build option's folder does not exist on this machine.
+    ::unsetenv("FWUPDATE_TRUST_DIR");
+    ASSERT_NE(0, ::access(fwupdate_trust_dir(), F_OK)) << fwupdate_trust_dir();
+    const std::string empty_folder = keys_.file("empty");
+    ::mkdir(empty_folder.c_str(), 0755);
+    const std::string no_pem_folder = trust_folder_with("release.pub", signer_.public_pem());
+    norvane_test::write_file_bytes(no_pem_folder + "/README", "keys go here\n");
+
+    for (const norvane_test::test_signer* signer : {static_cast<norvane_test::test_signer*>(nullptr), &signer_}) {
+        package_fixture package;
+        build(package, signer);
+        // What the pipeline logged before signatures existed, built from the
+        // folder's files; the signature files are two more undeclared files.
+        const std::string before = until_check_passes(package) + success_end();
+        for (const char* setting : {"unset", "", "missing", "empty", "no-pem"}) {
+            const std::string name = setting;
+            if (name == "unset") {
+                ::unsetenv("FWUPDATE_TRUST_DIR");
+            } else {
+                use_trust_folder(name == "missing" ? keys_.file("missing")
+                                 : name == "empty" ? empty_folder
+                                 : name == "no-pem" ? no_pem_folder
+                                                    : "");
+            }
+            const verify_run run = run_verify(package);
+            EXPECT_EQ(0, run.ret) << setting;
+            EXPECT_EQ("6.1", run.version);
+            EXPECT_EQ(before, run.log) << (signer ? "signed, " : "unsigned, ") << setting;
+        }
+    }
+}
+
+TEST_F(qav_mnt_fwupdate_lib_verify_process_signature, trusted_key_and_signed_package_pass_the_sixth_check)
+{
+    const std::string trust = trust_folder_with("release.pem", signer_.public_pem());
+    use_trust_folder(trust);
+    package_fixture package;
+    build(package, &signer_);
+
+    const verify_run run = run_verify(package);
+
+    EXPECT_EQ(0, run.ret);
+    EXPECT_EQ("6.1", run.version);
+    EXPECT_EQ(until_check_passes(package) + verify_line("[INF]", "##### Start check signature ") +
+                  verify_line("[INF]", "Signature check: signed by a trusted key. key_file:[" +
+                                           trust + "/release.pem]") +
+                  verify_line("[INF]", "##### Success check signature operation.") + success_end(),
+              run.log);
+}
+
+TEST_F(qav_mnt_fwupdate_lib_verify_process_signature, trusted_key_refuses_an_unsigned_package)
+{
+    use_trust_folder(trust_folder_with("release.pem", signer_.public_pem()));
+    package_fixture package;
+    build(package, nullptr);
+
+    const verify_run run = run_verify(package);
+
+    EXPECT_EQ(1, run.ret);
+    // The package info was read before the check failed.
+    EXPECT_EQ("6.1", run.version);
+    EXPECT_EQ(norvane::UTL_LIB_XML_VEXA_PACKAGE_DEVICE_FIRMWARE, run.type);
+    EXPECT_EQ(until_check_passes(package) + verify_line("[INF]", "##### Start check signature ") +
+                  verify_line("[ERR]", "Signature check: the package is not signed. "
+                                       "missing_file:[FW_package.sha256]") +
+                  verify_line("[IMP]", "##### Faild Verify process."),
+              run.log);
+}
+
+TEST_F(qav_mnt_fwupdate_lib_verify_process_signature, trusted_key_refuses_a_package_signed_by_another_key)
+{
+    use_trust_folder(trust_folder_with("release.pem", signer_.public_pem()));
+    package_fixture package;
+    build(package, &other_signer_);
+
+    const verify_run run = run_verify(package);
+
+    EXPECT_EQ(1, run.ret);
+    EXPECT_EQ(until_check_passes(package) + verify_line("[INF]", "##### Start check signature ") +
+                  verify_line("[ERR]", "Signature check: no trusted key verifies the signature. "
+                                       "file:[FW_package.sha256.sig] trusted_keys:[1]") +
+                  verify_line("[IMP]", "##### Faild Verify process."),
+              run.log);
+}
+
+TEST_F(qav_mnt_fwupdate_lib_verify_process_signature, unusable_key_file_refuses_even_a_well_signed_package)
+{
+    const std::string trust = trust_folder_with("release.pem", signer_.public_pem());
+    norvane_test::write_file_bytes(trust + "/old.pem", "");
+    use_trust_folder(trust);
+    package_fixture package;
+    build(package, &signer_);
+
+    const verify_run run = run_verify(package);
+
+    EXPECT_EQ(1, run.ret);
+    EXPECT_EQ(until_check_passes(package) + verify_line("[INF]", "##### Start check signature ") +
+                  verify_line("[ERR]", "Signature check: a trusted key file cannot be used. "
+                                       "key_file:[" + trust + "/old.pem] reason:[holds no PEM "
+                                       "public key]") +
+                  verify_line("[IMP]", "##### Faild Verify process."),
+              run.log);
+}
+
+TEST_F(qav_mnt_fwupdate_lib_verify_process_signature,
+       file_changed_with_the_same_size_and_sum_passes_without_a_key_and_fails_with_one)
+{
+    package_fixture package;
+    build(package, &signer_);
+    const std::string changed = norvane_test::same_sum_change(B_BIN);
+    ASSERT_FALSE(changed.empty());
+    ASSERT_NE(B_BIN, changed);
+    ASSERT_EQ(B_BIN.size(), changed.size());
+    ASSERT_EQ(norvane_test::bsd_sum(B_BIN), norvane_test::bsd_sum(changed));
+    package.change_extracted("b.bin", changed);
+
+    // The declared size and sum cannot tell the files apart.
+    use_trust_folder("");
+    EXPECT_EQ(0, run_verify(package).ret);
+
+    const std::string trust = trust_folder_with("release.pem", signer_.public_pem());
+    use_trust_folder(trust);
+    const verify_run run = run_verify(package);
+    EXPECT_EQ(1, run.ret);
+    EXPECT_EQ(until_check_passes(package) + verify_line("[INF]", "##### Start check signature ") +
+                  verify_line("[INF]", "Signature check: signed by a trusted key. key_file:[" +
+                                           trust + "/release.pem]") +
+                  verify_line("[ERR]", "Signature check: the SHA-256 does not match. file:[b.bin] "
+                                       "manifest:[" + norvane_test::sha256_hex(B_BIN) +
+                                       "] actual:[" + norvane_test::sha256_hex(changed) + "]") +
+                  verify_line("[IMP]", "##### Faild Verify process."),
+              run.log);
+}
+
+TEST_F(qav_mnt_fwupdate_lib_verify_process_signature, earlier_failure_ends_before_the_signature_check)
+{
+    norvane_test::write_file_bytes(trust_folder_with("release.pem", signer_.public_pem()) + "/bad.pem",
+                                   "bad");
+    use_trust_folder(keys_.file("trust"));
+    package_fixture package;
+    package.add("a.bin", A_BIN);
+    package.add("FW_package.xml", xml_);  // declares b.bin too, which is missing
+    package.sign(signer_);
+    package.build();
+
+    const verify_run run = run_verify(package);
+
+    EXPECT_EQ(1, run.ret);
+    EXPECT_EQ(through_stage_4(package, xml_, "6.1", declared_) +
+                  "[ERR] check(): Length of the list of both for comparison is different. "
+                  "xml_info_list_size:[2] unzip_info_list_size:[1]\n" +
+                  failure_end("Faild check verify list operation."),
+              run.log);
 }
 
 }  // namespace

@@ -4,8 +4,10 @@
 #include <string>
 #include <vector>
 
+#include "fwupdate_trust_dir.h"
 #include "qav_mnt_fwupdate_lib_log.h"
 #include "qav_mnt_fwupdate_lib_util.h"
+#include "qav_mnt_fwupdate_lib_verify_signature.h"
 #include "qav_mnt_fwupdate_lib_verify_unzip_list.h"
 #include "qav_mnt_fwupdate_lib_verify_xml_info.h"
 #include "qav_mnt_fwupdate_lib_verify_xml_list.h"
@@ -145,6 +147,18 @@ int qav_mnt_fwupdate_lib_verify_process::verify(const std::string& zip_file_path
         return verify_failed_();
     }
     qav_mnt_fwupdate_log_inf(__func__, "##### Success check verify list operation.\n");
+
+    // A device that trusts no key logs nothing more here, exactly as before
+    // packages were signed.
+    qav_mnt_fwupdate_lib_verify_signature signature;
+    signature.load_trusted_keys(fwupdate_trust_dir());
+    if (signature.required()) {
+        qav_mnt_fwupdate_log_inf(__func__, "##### Start check signature \n");
+        if (signature.check(zip_file_path, unzip_folder_path) != 0) {
+            return verify_failed_();
+        }
+        qav_mnt_fwupdate_log_inf(__func__, "##### Success check signature operation.\n");
+    }
     qav_mnt_fwupdate_log_imp(__func__, "##### Success End Verify process.\n");
     return 0;
 }

@@ -1,5 +1,6 @@
 // Package verification: decides whether the files that FW_package.xml declares
-// and the files found in the extraction folder are the same set of files.
+// and the files found in the extraction folder are the same set of files, and,
+// on a device that trusts signing keys, whether a trusted key signed them all.
 // Stateless; created on the caller's stack for one call.
 #ifndef NORVANE_QAV_MNT_FWUPDATE_LIB_VERIFY_PROCESS_H
 #define NORVANE_QAV_MNT_FWUPDATE_LIB_VERIFY_PROCESS_H
@@ -19,7 +20,8 @@ public:
 
     // The whole pipeline: parse the folder's FW_package.xml, read the package
     // version and type (written even when a later stage fails), list the
-    // declared and the extracted files and compare them. 0 when verified.
+    // declared and the extracted files and compare them, then check the
+    // package's signature when the device trusts a key. 0 when verified.
     int verify(const std::string& zip_file_path, const std::string& unzip_folder_path,
                std::string& package_version, UTL_LIB_XML_VEXA_PACKAGE_TYPE_& package_type);
 

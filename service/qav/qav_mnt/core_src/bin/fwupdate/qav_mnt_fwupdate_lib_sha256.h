@@ -1,0 +1,34 @@
+// SHA-256 digests through OpenSSL's EVP interface, as lower-case hex (the
+// form sha256sum prints). A file is read in blocks of BLOCK_SIZE bytes, so
+// the memory used does not grow with the file's size. Stateless; created on
+// the caller's stack.
+#ifndef NORVANE_QAV_MNT_FWUPDATE_LIB_SHA256_H
+#define NORVANE_QAV_MNT_FWUPDATE_LIB_SHA256_H
+
+#include <cstddef>
+#include <string>
+
+namespace norvane {
+
+class qav_mnt_fwupdate_lib_sha256 {
+public:
+    static constexpr size_t BLOCK_SIZE = 64 * 1024;
+    static constexpr size_t HEX_SIZE = 64;
+
+    qav_mnt_fwupdate_lib_sha256();
+    ~qav_mnt_fwupdate_lib_sha256();
+
+    // hex = the digest of the file's bytes. 0, or 1 when the file cannot be
+    // opened or read (hex untouched).
+    int hash_file(const std::string& path, std::string& hex);
+
+    // hex = the digest of size bytes at data. 0, or 1 when OpenSSL fails.
+    int hash_bytes(const void* data, size_t size, std::string& hex);
+
+private:
+    static std::string to_hex_(const unsigned char* digest, unsigned int size);
+};
+
+}  // namespace norvane
+
+#endif
