@@ -174,7 +174,7 @@ TEST_F(verify_signature_test, each_unusable_key_file_is_named_once)
                   err("a trusted key file cannot be used. key_file:[" + trust_ +
                       "/b-huge.pem] reason:[larger than 16384 bytes]") +
                   err("a trusted key file cannot be used. key_file:[" + trust_ +
-                      "/c-folder.pem] reason:[read error]"),
+                      "/c-folder.pem] reason:[Is a directory]"),
               log_);
 }
 
@@ -281,7 +281,18 @@ TEST_F(verify_signature_test, manifest_that_is_a_folder_cannot_be_read)
     add("FW_package.sha256.sig", std::string(64, 's'));
 
     EXPECT_EQ(1, run_check());
-    EXPECT_EQ(err("the file cannot be read. file:[FW_package.sha256] reason:[read error]"), log_);
+    EXPECT_EQ(err("the file cannot be read. file:[FW_package.sha256] reason:[Is a directory]"), log_);
+}
+
+TEST_F(verify_signature_test, signature_that_is_a_folder_cannot_be_read)
+{
+    trust("release.pem", signer_.public_pem());
+    add_files_and_manifest();
+    ::mkdir((folder_ + "/FW_package.sha256.sig").c_str(), 0755);
+
+    EXPECT_EQ(1, run_check());
+    EXPECT_EQ(err("the file cannot be read. file:[FW_package.sha256.sig] reason:[Is a directory]"),
+              log_);
 }
 
 TEST_F(verify_signature_test, signed_but_malformed_manifest_fails_with_its_line)

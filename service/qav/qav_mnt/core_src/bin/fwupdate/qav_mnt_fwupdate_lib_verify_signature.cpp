@@ -7,6 +7,7 @@
 #include <dirent.h>
 #include <sys/stat.h>
 
+#include "qav_mnt_fwupdate_lib_bounded_read.h"
 #include "qav_mnt_fwupdate_lib_log.h"
 #include "qav_mnt_fwupdate_lib_sha256.h"
 
@@ -16,40 +17,6 @@ namespace {
 
 // Every line of the check belongs to the verification it is part of.
 const char* const VERIFY_NAME = "verify";
-const char* const KEY_SUFFIX = ".pem";
-
-enum read_result { READ_OK = 0, READ_FAILED = 1, READ_TOO_LARGE = 2 };
-
-// text = the file's bytes when there are at most limit of them.
-read_result read_limited_(const std::string& path, size_t limit, std::string& text,
-                          std::string& reason)
-{
-    FILE* file = std::fopen(path.c_str(), "rb");
-    if (file == nullptr) {
-        reason = std::strerror(errno);
-        return READ_FAILED;
-    }
-    std::string bytes(limit + 1, '\0');
-    const size_t got = std::fread(&bytes[0], 1, bytes.size(), file);
-    const bool failed = std::ferror(file) != 0;
-    std::fclose(file);
-    if (failed) {
-        reason = "read error";
-        return READ_FAILED;
-    }
-    if (got > limit) {
-        return READ_TOO_LARGE;
-    }
-    bytes.resize(got);
-    text.swap(bytes);
-    return READ_OK;
-}
-
-bool ends_with_(const std::string& text, const std::string& suffix)
-{
-    return text.size() >= suffix.size() &&
-           text.compare(text.size() - suffix.size(), suffix.size(), suffix) == 0;
-}
 
 // The folder's entry names, sorted; "." and ".." left out. 0, or 1 with errno.
 int read_folder_(const std::string& folder_path, std::vector<std::string>& names)
@@ -80,50 +47,12 @@ qav_mnt_fwupdate_lib_verify_signature::~qav_mnt_fwupdate_lib_verify_signature() 
 
 void qav_mnt_fwupdate_lib_verify_signature::load_trusted_keys(const std::string& trust_folder_path)
 {
-    keys_.clear();
-    key_paths_.clear();
-    problems_.clear();
-    if (trust_folder_path.empty()) {
-        return;
-    }
-    std::vector<std::string> names;
-    if (read_folder_(trust_folder_path, names) != 0) {
-        // Only a folder that is not there means "no keys"; one that is there
-        // but cannot be read fails closed.
-        if (errno != ENOENT) {
-            problems_.push_back({true, trust_folder_path, std::strerror(errno)});
-        }
-        return;
-    }
-    for (const std::string& name : names) {
-        if (ends_with_(name, KEY_SUFFIX)) {
-            load_key_file_(trust_folder_path + "/" + name);
-        }
-    }
-}
-
-void qav_mnt_fwupdate_lib_verify_signature::load_key_file_(const std::string& path)
-{
-    std::string text;
-    std::string reason;
-    const read_result read =
-        read_limited_(path, qav_mnt_fwupdate_lib_ed25519_key::MAX_PEM_FILE_SIZE, text, reason);
-    if (read == READ_TOO_LARGE) {
-        reason = "larger than " + std::to_string(qav_mnt_fwupdate_lib_ed25519_key::MAX_PEM_FILE_SIZE) +
-                 " bytes";
-    }
-    qav_mnt_fwupdate_lib_ed25519_key key;
-    if (read != READ_OK || key.read_public_pem(text, reason) != 0) {
-        problems_.push_back({false, path, reason});
-        return;
-    }
-    keys_.push_back(std::move(key));
-    key_paths_.push_back(path);
+    trusted_keys_.load(trust_folder_path);
 }
 
 bool qav_mnt_fwupdate_lib_verify_signature::required() const
 {
-    return !keys_.empty() || !problems_.empty();
+    return trusted_keys_.size() > 0 || !trusted_keys_.problems().empty();
 }
 
 int qav_mnt_fwupdate_lib_verify_signature::check(const std::string& zip_file_path,
@@ -163,7 +92,7 @@ int qav_mnt_fwupdate_lib_verify_signature::check(const std::string& zip_file_pat
 
 int qav_mnt_fwupdate_lib_verify_signature::report_trust_problems_()
 {
-    for (const trust_problem& problem : problems_) {
+    for (const qav_mnt_fwupdate_lib_trusted_keys::problem& problem : trusted_keys_.problems()) {
         if (problem.folder) {
             qav_mnt_fwupdate_log_err(VERIFY_NAME,
                                      "Signature check: the trust folder cannot be read. "
@@ -176,7 +105,7 @@ int qav_mnt_fwupdate_lib_verify_signature::report_trust_problems_()
                                      problem.path.c_str(), problem.reason.c_str());
         }
     }
-    return problems_.empty() ? 0 : 1;
+    return trusted_keys_.problems().empty() ? 0 : 1;
 }
 
 int qav_mnt_fwupdate_lib_verify_signature::read_signed_files_(const std::string& unzip_folder_path,
@@ -194,29 +123,27 @@ int qav_mnt_fwupdate_lib_verify_signature::read_signed_files_(const std::string&
             return 1;
         }
     }
+    qav_mnt_fwupdate_lib_bounded_read reader;
     std::string reason;
-    const read_result manifest_read =
-        read_limited_(unzip_folder_path + "/" + MANIFEST_NAME, MAX_MANIFEST_SIZE, manifest, reason);
-    if (manifest_read == READ_TOO_LARGE) {
+    const qav_mnt_fwupdate_lib_bounded_read::result manifest_read =
+        reader.read(unzip_folder_path + "/" + MANIFEST_NAME, MAX_MANIFEST_SIZE, manifest, reason);
+    if (manifest_read == qav_mnt_fwupdate_lib_bounded_read::READ_TOO_LARGE) {
         qav_mnt_fwupdate_log_err(VERIFY_NAME,
                                  "Signature check: the manifest is too large. file:[%s] "
                                  "limit:[%d]\n",
                                  MANIFEST_NAME, static_cast<int>(MAX_MANIFEST_SIZE));
         return 1;
     }
-    const read_result signature_read =
-        manifest_read != READ_OK
-            ? READ_FAILED
-            : read_limited_(unzip_folder_path + "/" + SIGNATURE_NAME,
-                            qav_mnt_fwupdate_lib_ed25519_key::SIGNATURE_SIZE, signature, reason);
-    if (manifest_read != READ_OK || signature_read == READ_FAILED) {
-        qav_mnt_fwupdate_log_err(VERIFY_NAME,
-                                 "Signature check: the file cannot be read. file:[%s] reason:[%s]\n",
-                                 manifest_read != READ_OK ? MANIFEST_NAME : SIGNATURE_NAME,
-                                 reason.c_str());
-        return 1;
+    if (manifest_read != qav_mnt_fwupdate_lib_bounded_read::READ_OK) {
+        return cannot_read_(MANIFEST_NAME, reason);
     }
-    if (signature_read == READ_TOO_LARGE ||
+    const qav_mnt_fwupdate_lib_bounded_read::result signature_read =
+        reader.read(unzip_folder_path + "/" + SIGNATURE_NAME,
+                    qav_mnt_fwupdate_lib_ed25519_key::SIGNATURE_SIZE, signature, reason);
+    if (signature_read == qav_mnt_fwupdate_lib_bounded_read::READ_FAILED) {
+        return cannot_read_(SIGNATURE_NAME, reason);
+    }
+    if (signature_read == qav_mnt_fwupdate_lib_bounded_read::READ_TOO_LARGE ||
         signature.size() != qav_mnt_fwupdate_lib_ed25519_key::SIGNATURE_SIZE) {
         qav_mnt_fwupdate_log_err(VERIFY_NAME,
                                  "Signature check: the signature is not %d bytes. file:[%s]\n",
@@ -227,21 +154,28 @@ int qav_mnt_fwupdate_lib_verify_signature::read_signed_files_(const std::string&
     return 0;
 }
 
+int qav_mnt_fwupdate_lib_verify_signature::cannot_read_(const char* name, const std::string& reason)
+{
+    qav_mnt_fwupdate_log_err(VERIFY_NAME,
+                             "Signature check: the file cannot be read. file:[%s] reason:[%s]\n",
+                             name, reason.c_str());
+    return 1;
+}
+
 int qav_mnt_fwupdate_lib_verify_signature::verify_signature_(const std::string& manifest,
                                                              const std::string& signature)
 {
-    for (size_t i = 0; i < keys_.size(); ++i) {
-        if (keys_[i].verify(manifest, signature) == 0) {
-            qav_mnt_fwupdate_log_inf(VERIFY_NAME,
-                                     "Signature check: signed by a trusted key. key_file:[%s]\n",
-                                     key_paths_[i].c_str());
-            return 0;
-        }
+    std::string key_path;
+    if (trusted_keys_.find_signer(manifest, signature, key_path) == 0) {
+        qav_mnt_fwupdate_log_inf(VERIFY_NAME,
+                                 "Signature check: signed by a trusted key. key_file:[%s]\n",
+                                 key_path.c_str());
+        return 0;
     }
     qav_mnt_fwupdate_log_err(VERIFY_NAME,
                              "Signature check: no trusted key verifies the signature. file:[%s] "
                              "trusted_keys:[%d]\n",
-                             SIGNATURE_NAME, static_cast<int>(keys_.size()));
+                             SIGNATURE_NAME, static_cast<int>(trusted_keys_.size()));
     return 1;
 }
 

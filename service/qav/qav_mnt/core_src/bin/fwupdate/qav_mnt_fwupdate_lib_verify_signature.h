@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "qav_mnt_fwupdate_lib_ed25519_key.h"
+#include "qav_mnt_fwupdate_lib_trusted_keys.h"
 #include "qav_mnt_fwupdate_lib_verify_manifest.h"
 
 namespace norvane {
@@ -44,16 +44,10 @@ public:
     int check(const std::string& zip_file_path, const std::string& unzip_folder_path);
 
 private:
-    struct trust_problem {
-        bool folder;         // the trust folder itself, else one key file
-        std::string path;
-        std::string reason;
-    };
-
-    void load_key_file_(const std::string& path);
     int report_trust_problems_();
     int read_signed_files_(const std::string& unzip_folder_path, std::string& manifest,
                            std::string& signature);
+    int cannot_read_(const char* name, const std::string& reason);
     int verify_signature_(const std::string& manifest, const std::string& signature);
     int list_folder_(const std::string& stored_zip, const std::string& unzip_folder_path,
                      std::vector<std::string>& names);
@@ -66,9 +60,7 @@ private:
                                         const std::string& unzip_folder_path);
     static bool outside_check_(const std::string& stored_zip, const std::string& name);
 
-    std::vector<qav_mnt_fwupdate_lib_ed25519_key> keys_;
-    std::vector<std::string> key_paths_;
-    std::vector<trust_problem> problems_;
+    qav_mnt_fwupdate_lib_trusted_keys trusted_keys_;
 };
 
 }  // namespace norvane
