@@ -1,6 +1,9 @@
 #include "package_builder.h"
 
+#include "exit_status.h"
+#include "package_signer.h"
 #include "qav_mnt_fwupdate_lib_util.h"
+#include "qav_mnt_fwupdate_lib_verify_signature.h"
 #include "osw_os_wrapper.h"
 #include "schema_names.h"
 #include "utl_lib_xml_vexa_data.h"
@@ -16,6 +19,7 @@
 #include <fstream>
 #include <map>
 #include <sstream>
+#include <sys/wait.h>
 
 namespace norvane_tools {
 
@@ -53,32 +57,33 @@ int list_folder(const std::string& folder, std::vector<folder_file>& files, std:
     fs::directory_iterator entries(folder, failure);
     if (failure) {
         error = "cannot read the folder " + folder + ": " + failure.message();
-        return 1;
+        return EXIT_CANNOT_RUN;
     }
     for (const fs::directory_entry& entry : entries) {
         const std::string name = entry.path().filename().string();
         if (!entry.is_regular_file()) {
             error = name + " is not a regular file: the device extracts packages flat";
-            return 1;
+            return EXIT_REFUSED;
         }
-        if (name == description_name) {
-            error = std::string("the folder already holds ") + description_name;
-            return 1;
+        if (name == description_name || name == qav_mnt_fwupdate_lib_verify_signature::MANIFEST_NAME ||
+            name == qav_mnt_fwupdate_lib_verify_signature::SIGNATURE_NAME) {
+            error = "the folder already holds " + name + ", which the tool writes";
+            return EXIT_REFUSED;
         }
         if (!acceptable_name(name)) {
             error = "the device cannot take the file name \"" + name +
                     "\" (at most 255 letters, digits and ._-+,=@%:~)";
-            return 1;
+            return EXIT_REFUSED;
         }
         const auto size = entry.file_size();
         if (size > static_cast<uintmax_t>(INT_MAX)) {
             error = name + " is larger than a description can declare (2147483647 bytes)";
-            return 1;
+            return EXIT_REFUSED;
         }
         char checksum[8] = {};
         if (qav_mnt_fwupdate_lib_util().calc_check_sum(entry.path().string(), checksum) != 0) {
             error = "cannot compute the checksum of " + name;
-            return 1;
+            return EXIT_CANNOT_RUN;
         }
         files.push_back({name, static_cast<long long>(size), checksum});
     }
@@ -86,9 +91,9 @@ int list_folder(const std::string& folder, std::vector<folder_file>& files, std:
               [](const folder_file& a, const folder_file& b) { return a.name < b.name; });
     if (files.empty()) {
         error = "the folder holds no files";
-        return 1;
+        return EXIT_REFUSED;
     }
-    return 0;
+    return EXIT_DONE;
 }
 
 template <size_t N>
@@ -233,11 +238,16 @@ int zip_folder(const std::string& staging, const std::string& output, std::strin
     std::error_code ignored;
     fs::remove(output, ignored);
     const std::string command = "cd '" + staging + "' && zip -q -X -r '" + output + "' .";
-    if (std::system(command.c_str()) != 0) {
-        error = "zip failed: " + command;
-        return 1;
+    const int status = std::system(command.c_str());
+    if (status == -1 || (WIFEXITED(status) && WEXITSTATUS(status) == 127)) {
+        error = "the zip tool could not be run: " + command;
+        return EXIT_CANNOT_RUN;
     }
-    return 0;
+    if (status != 0) {
+        error = "zip failed: " + command;
+        return EXIT_REFUSED;
+    }
+    return EXIT_DONE;
 }
 
 }  // namespace
@@ -267,33 +277,44 @@ int parse_group(const std::string& text, group_request& group)
 
 int build_package(const build_request& request, std::string& error, std::string& out)
 {
+    package_signer signer;
+    if (!request.signing_key.empty() && signer.load_private_key(request.signing_key, error) != 0) {
+        return EXIT_CANNOT_RUN;
+    }
     std::vector<folder_file> files;
-    if (list_folder(request.folder, files, error) != 0) {
-        return 1;
+    const int listed = list_folder(request.folder, files, error);
+    if (listed != 0) {
+        return listed;
     }
     std::string xml;
     if (write_description(request, files, xml, error, out) != 0) {
-        return 1;
+        return EXIT_REFUSED;
     }
 
     char staging_template[] = "/tmp/fwpkg-build-XXXXXX";
     if (::mkdtemp(staging_template) == nullptr) {
         error = "cannot create a staging folder";
-        return 1;
+        return EXIT_CANNOT_RUN;
     }
     const std::string staging = staging_template;
-    int result = 0;
+    int result = EXIT_DONE;
     for (const folder_file& file : files) {
         std::error_code failure;
         fs::copy_file(fs::path(request.folder) / file.name, fs::path(staging) / file.name, failure);
         if (failure) {
             error = "cannot copy " + file.name + ": " + failure.message();
-            result = 1;
+            result = EXIT_CANNOT_RUN;
             break;
         }
     }
-    if (result == 0) {
+    if (result == EXIT_DONE) {
         std::ofstream(fs::path(staging) / description_name, std::ios::binary) << xml;
+        if (!request.signing_key.empty()) {
+            result = signer.sign_folder(staging, error) == 0 ? EXIT_DONE : EXIT_REFUSED;
+            out += "signed by the key with fingerprint " + signer.fingerprint() + "\n";
+        }
+    }
+    if (result == EXIT_DONE) {
         result = zip_folder(staging, fs::absolute(request.output).string(), error);
     }
     std::error_code ignored;

@@ -1,7 +1,7 @@
 // Builds a firmware package from a folder of files: FW_package.xml written
 // through the schema mediator (the same schema the device reads), each file
-// declared with its size and the checksum that `busybox sum` gives, and all of
-// it zipped flat, as the device extracts it.
+// declared with its size and the checksum that `busybox sum` gives, signed
+// when a key is given, and all of it zipped flat, as the device extracts it.
 #ifndef NORVANE_TOOLS_PACKAGE_BUILDER_H
 #define NORVANE_TOOLS_PACKAGE_BUILDER_H
 
@@ -25,12 +25,16 @@ struct build_request {
     std::string device_id;
     std::string description;
     std::vector<group_request> groups;  // empty: one MAIN group of the package version
+    std::string signing_key;            // a private key PEM file; empty: unsigned
 };
 
 // Parses "TYPE:VERSION[=FILE,FILE...]". 0, or 1.
 int parse_group(const std::string& text, group_request& group);
 
-// Builds the package; prints what it declared on out. 0, or 1 with error set.
+// Builds the package; prints what it declared on out. EXIT_DONE; or, with
+// error set, EXIT_REFUSED when the folder cannot become a package or the
+// package cannot be written, EXIT_CANNOT_RUN when the folder or the key
+// cannot be read or the zip tool cannot be run.
 int build_package(const build_request& request, std::string& error, std::string& out);
 
 }  // namespace norvane_tools

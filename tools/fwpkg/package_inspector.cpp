@@ -1,11 +1,16 @@
 #include "package_inspector.h"
 
+#include "exit_status.h"
+#include "qav_mnt_fwupdate_lib_bounded_read.h"
+#include "qav_mnt_fwupdate_lib_trusted_keys.h"
 #include "qav_mnt_fwupdate_lib_util.h"
 #include "qav_mnt_fwupdate_lib_verify_process.h"
+#include "qav_mnt_fwupdate_lib_verify_signature.h"
 #include "schema_names.h"
 #include "utl_lib_xml_vexa_firmware_upgrade_service.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
@@ -115,6 +120,62 @@ int extract(const std::string& zip_path, const std::string& folder, std::string&
     return 0;
 }
 
+// A trust folder must hold at least one key file: a typing mistake must not
+// turn a check with keys into one without.
+int check_trust_folder(const std::string& trust_folder, std::string& error)
+{
+    std::error_code failure;
+    if (!fs::is_directory(trust_folder, failure)) {
+        error = "cannot read the trust folder " + trust_folder;
+        return EXIT_CANNOT_RUN;
+    }
+    qav_mnt_fwupdate_lib_trusted_keys keys;
+    keys.load(trust_folder);
+    if (keys.size() == 0 && keys.problems().empty()) {
+        error = "the trust folder " + trust_folder + " holds no *.pem key";
+        return EXIT_CANNOT_RUN;
+    }
+    return EXIT_DONE;
+}
+
+// The trusted key that signed the package extracted in folder, if any.
+void find_signing_key(const std::string& folder, const std::string& trust_folder,
+                      std::string& key_path, std::string& fingerprint)
+{
+    qav_mnt_fwupdate_lib_trusted_keys keys;
+    keys.load(trust_folder);
+    qav_mnt_fwupdate_lib_bounded_read reader;
+    std::string manifest;
+    std::string signature;
+    std::string reason;
+    if (reader.read(folder + "/" + qav_mnt_fwupdate_lib_verify_signature::MANIFEST_NAME,
+                    qav_mnt_fwupdate_lib_verify_signature::MAX_MANIFEST_SIZE, manifest,
+                    reason) == qav_mnt_fwupdate_lib_bounded_read::READ_OK &&
+        reader.read(folder + "/" + qav_mnt_fwupdate_lib_verify_signature::SIGNATURE_NAME,
+                    qav_mnt_fwupdate_lib_ed25519_key::SIGNATURE_SIZE, signature,
+                    reason) == qav_mnt_fwupdate_lib_bounded_read::READ_OK &&
+        keys.find_signer(manifest, signature, key_path) == 0) {
+        keys.fingerprint(key_path, fingerprint);
+    }
+}
+
+// Whether the package carries its manifest and the manifest's signature.
+std::string signature_state(const std::string& folder)
+{
+    std::error_code ignored;
+    const std::string manifest_name = qav_mnt_fwupdate_lib_verify_signature::MANIFEST_NAME;
+    const std::string signature_name = qav_mnt_fwupdate_lib_verify_signature::SIGNATURE_NAME;
+    const bool manifest = fs::exists(folder + "/" + manifest_name, ignored);
+    const bool signature = fs::exists(folder + "/" + signature_name, ignored);
+    if (manifest && signature) {
+        return "signed (" + manifest_name + ", " + signature_name + ")";
+    }
+    if (!manifest && !signature) {
+        return "unsigned";
+    }
+    return "incomplete: " + (manifest ? signature_name : manifest_name) + " is missing";
+}
+
 std::string type_name(int type)
 {
     std::string name = schema_names().name_of(UTL_LIB_XML_VEXA_ENUM_ID_PACKAGE_TYPE, type);
@@ -123,13 +184,20 @@ std::string type_name(int type)
 
 }  // namespace
 
-int check_package(const std::string& zip_path, check_outcome& outcome, std::string& error)
+int check_package(const std::string& zip_path, const std::string& trust_folder,
+                  check_outcome& outcome, std::string& error)
 {
+    if (!trust_folder.empty() && check_trust_folder(trust_folder, error) != EXIT_DONE) {
+        return EXIT_CANNOT_RUN;
+    }
     scratch_folder folder;
     if (folder.path().empty()) {
         error = "cannot create a folder for checking";
-        return 2;
+        return EXIT_CANNOT_RUN;
     }
+    // The device's verification finds its trust folder through the host
+    // platform, which reads it from the environment ("": no keys).
+    ::setenv("FWUPDATE_TRUST_DIR", trust_folder.c_str(), 1);
     const std::string log_path = folder.path() + ".log";
     std::string stored;
     int extracted = 0;
@@ -146,37 +214,48 @@ int check_package(const std::string& zip_path, check_outcome& outcome, std::stri
     outcome.log = read_all(log_path);
     std::remove(log_path.c_str());
     if (extracted != 0) {
-        return 2;
+        return EXIT_CANNOT_RUN;
     }
     outcome.verified = verified == 0;
     outcome.version = version;
     outcome.type = type_name(type);
     outcome.causes = error_lines(outcome.log);
-    return outcome.verified ? 0 : 1;
+    if (outcome.verified && !trust_folder.empty()) {
+        find_signing_key(folder.path(), trust_folder, outcome.signing_key, outcome.fingerprint);
+    }
+    return outcome.verified ? EXIT_DONE : EXIT_REFUSED;
 }
 
-int show_package(const std::string& zip_path, std::string& table, std::string& error)
+int show_package(const std::string& zip_path, const std::string& trust_folder, std::string& table,
+                 std::string& error)
 {
+    if (!trust_folder.empty() && check_trust_folder(trust_folder, error) != EXIT_DONE) {
+        return EXIT_CANNOT_RUN;
+    }
     scratch_folder folder;
     std::string stored;
     std::string text;
+    int result = EXIT_DONE;
     {
         output_capture capture(folder.path() + ".log");
-        if (folder.path().empty() || extract(zip_path, folder.path(), stored, error) != 0 ||
-            qav_mnt_fwupdate_lib_util().read_text_file(folder.path() + "/FW_package.xml", text) != 0) {
-            if (error.empty()) error = "the package holds no readable FW_package.xml";
+        if (folder.path().empty() || extract(zip_path, folder.path(), stored, error) != 0) {
+            result = EXIT_CANNOT_RUN;
+        } else if (qav_mnt_fwupdate_lib_util().read_text_file(folder.path() + "/FW_package.xml", text) != 0) {
+            error = "the package holds no readable FW_package.xml";
+            result = EXIT_REFUSED;
         }
     }
     std::remove((folder.path() + ".log").c_str());
-    if (!error.empty()) {
-        return 1;
+    if (result != EXIT_DONE) {
+        if (error.empty()) error = "cannot create a folder for extracting";
+        return result;
     }
 
     utl_lib_xml_vexa_firmware_upgrade_service description;
-    UTL_LIB_XML_VEXA_RESULT result = UTL_LIB_XML_VEXA_RESULT_NO_ERR;
-    if (description.parse_xml(text, result, UTL_LIB_XML_VEXA_PROTOCOL_BTSPP) != 0) {
-        error = "FW_package.xml does not parse (result " + std::to_string(static_cast<int>(result)) + ")";
-        return 1;
+    UTL_LIB_XML_VEXA_RESULT parse_result = UTL_LIB_XML_VEXA_RESULT_NO_ERR;
+    if (description.parse_xml(text, parse_result, UTL_LIB_XML_VEXA_PROTOCOL_BTSPP) != 0) {
+        error = "FW_package.xml does not parse (result " + std::to_string(static_cast<int>(parse_result)) + ")";
+        return EXIT_REFUSED;
     }
     UTL_LIB_XML_VEXA_FIRMWARE_PACKAGE_S header{};
     UTL_LIB_XML_VEXA_PACKAGE_TYPE_ type = UTL_LIB_XML_VEXA_PACKAGE_TYPE_NONE;
@@ -190,7 +269,17 @@ int show_package(const std::string& zip_path, std::string& table, std::string& e
         << "package type     " << type_name(type) << "\n"
         << "device id        " << optional(header.exist_device_id, header.device_id) << "\n"
         << "total size       " << optional(header.exist_total_size, std::to_string(header.total_size)) << "\n"
-        << "description      " << optional(header.exist_description, header.description) << "\n";
+        << "description      " << optional(header.exist_description, header.description) << "\n"
+        << "signature        " << signature_state(folder.path()) << "\n";
+    if (!trust_folder.empty()) {
+        std::string key_path;
+        std::string fingerprint;
+        find_signing_key(folder.path(), trust_folder, key_path, fingerprint);
+        out << "signing key      "
+            << (key_path.empty() ? "not among the keys of " + trust_folder
+                                 : key_path + ", fingerprint " + fingerprint)
+            << "\n";
+    }
 
     const schema_names names;
     int groups = 0;
@@ -221,7 +310,7 @@ int show_package(const std::string& zip_path, std::string& table, std::string& e
         }
     }
     table = out.str();
-    return 0;
+    return EXIT_DONE;
 }
 
 }  // namespace norvane_tools
