@@ -4,10 +4,10 @@
 #   cmake -S . -B build-arm -DCMAKE_TOOLCHAIN_FILE=cmake/toolchain-armhf.cmake \
 #         [-DFWUPDATE_ARMHF_SYSROOT=<folder>]
 #
-# The armhf libraries (expat, GoogleTest) come either from Debian multiarch
-# (libexpat1-dev:armhf installed with apt) or from a sysroot folder into which
-# their .deb files were unpacked with dpkg -x; scripts/test-arm builds the
-# latter. The cross compiler's own C library lives in /usr/arm-linux-gnueabihf.
+# The armhf libraries (expat, OpenSSL, GoogleTest) come either from Debian
+# multiarch (libexpat1-dev:armhf installed with apt) or from a sysroot folder
+# into which their .deb files were unpacked with dpkg -x; scripts/test-arm
+# builds the latter. The cross compiler's own C library lives in /usr/arm-linux-gnueabihf.
 # Programs and tests built here run on the host under qemu-arm.
 
 set(CMAKE_SYSTEM_NAME Linux)
