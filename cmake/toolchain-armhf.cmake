@@ -62,6 +62,14 @@ else()
   set(ENV{PKG_CONFIG_LIBDIR} "/usr/lib/arm-linux-gnueabihf/pkgconfig:/usr/share/pkgconfig")
 endif()
 
+# Debian keeps the headers that differ between architectures in a multiarch
+# folder (OpenSSL's opensslconf.h, expat's expat_config.h); the cross
+# compiler searches it in a multiarch install, but not inside the sysroot.
+if(FWUPDATE_ARMHF_SYSROOT)
+  set(CMAKE_C_STANDARD_INCLUDE_DIRECTORIES "${FWUPDATE_ARMHF_SYSROOT}/usr/include/arm-linux-gnueabihf")
+  set(CMAKE_CXX_STANDARD_INCLUDE_DIRECTORIES "${FWUPDATE_ARMHF_SYSROOT}/usr/include/arm-linux-gnueabihf")
+endif()
+
 # The sysroot's shared libraries (libexpat.so.1) are not in the C library root
 # that qemu-arm searches: the build tree's programs carry the folder in their
 # run path, so they start under emulation without further settings. Installed
