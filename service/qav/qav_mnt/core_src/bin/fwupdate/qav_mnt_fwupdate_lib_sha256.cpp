@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <fcntl.h>
-#include <memory>
 #include <openssl/evp.h>
 #include <unistd.h>
 #include <vector>
@@ -10,11 +9,6 @@
 namespace norvane {
 
 namespace {
-
-struct digest_context_free {
-    void operator()(EVP_MD_CTX* context) const { EVP_MD_CTX_free(context); }
-};
-using digest_context = std::unique_ptr<EVP_MD_CTX, digest_context_free>;
 
 // Closes the descriptor on every path out of hash_file.
 class open_file {
@@ -36,20 +30,27 @@ private:
 
 }  // namespace
 
-qav_mnt_fwupdate_lib_sha256::qav_mnt_fwupdate_lib_sha256() {}
+qav_mnt_fwupdate_lib_sha256::qav_mnt_fwupdate_lib_sha256()
+    : md_(EVP_MD_fetch(nullptr, "SHA256", nullptr)), context_(EVP_MD_CTX_new())
+{
+}
 
-qav_mnt_fwupdate_lib_sha256::~qav_mnt_fwupdate_lib_sha256() {}
+qav_mnt_fwupdate_lib_sha256::~qav_mnt_fwupdate_lib_sha256()
+{
+    EVP_MD_CTX_free(context_);
+    EVP_MD_free(md_);
+}
 
 int qav_mnt_fwupdate_lib_sha256::hash_file(const std::string& path, std::string& hex)
 {
     open_file file(path);
-    digest_context context(EVP_MD_CTX_new());
-    if (file.fd() < 0 || !context || EVP_DigestInit_ex(context.get(), EVP_sha256(), nullptr) != 1) {
+    if (file.fd() < 0 || md_ == nullptr || context_ == nullptr ||
+        EVP_DigestInit_ex2(context_, md_, nullptr) != 1) {
         return 1;
     }
-    std::vector<unsigned char> block(BLOCK_SIZE);
+    block_.resize(BLOCK_SIZE);
     for (;;) {
-        const ssize_t got = ::read(file.fd(), block.data(), block.size());
+        const ssize_t got = ::read(file.fd(), block_.data(), block_.size());
         if (got < 0 && errno == EINTR) {
             continue;
         }
@@ -59,24 +60,27 @@ int qav_mnt_fwupdate_lib_sha256::hash_file(const std::string& path, std::string&
         if (got == 0) {
             break;
         }
-        if (EVP_DigestUpdate(context.get(), block.data(), static_cast<size_t>(got)) != 1) {
+        if (EVP_DigestUpdate(context_, block_.data(), static_cast<size_t>(got)) != 1) {
             return 1;
         }
     }
-    unsigned char digest[EVP_MAX_MD_SIZE];
-    unsigned int digest_size = 0;
-    if (EVP_DigestFinal_ex(context.get(), digest, &digest_size) != 1) {
-        return 1;
-    }
-    hex = to_hex_(digest, digest_size);
-    return 0;
+    return final_hex_(hex);
 }
 
 int qav_mnt_fwupdate_lib_sha256::hash_bytes(const void* data, size_t size, std::string& hex)
 {
+    if (md_ == nullptr || context_ == nullptr || EVP_DigestInit_ex2(context_, md_, nullptr) != 1 ||
+        EVP_DigestUpdate(context_, data, size) != 1) {
+        return 1;
+    }
+    return final_hex_(hex);
+}
+
+int qav_mnt_fwupdate_lib_sha256::final_hex_(std::string& hex)
+{
     unsigned char digest[EVP_MAX_MD_SIZE];
     unsigned int digest_size = 0;
-    if (EVP_Digest(data, size, digest, &digest_size, EVP_sha256(), nullptr) != 1) {
+    if (EVP_DigestFinal_ex(context_, digest, &digest_size) != 1) {
         return 1;
     }
     hex = to_hex_(digest, digest_size);
