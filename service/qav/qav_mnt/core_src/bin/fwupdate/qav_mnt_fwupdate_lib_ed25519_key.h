@@ -16,7 +16,7 @@ class qav_mnt_fwupdate_lib_ed25519_key {
 public:
     static constexpr size_t SIGNATURE_SIZE = 64;
     // A key file is a few hundred bytes; anything much larger is not one.
-    static constexpr size_t MAX_PEM_FILE_SIZE = 16 * 1024;
+    static constexpr size_t MAX_PEM_FILE_SIZE = size_t{16} * 1024;
 
     qav_mnt_fwupdate_lib_ed25519_key();
     ~qav_mnt_fwupdate_lib_ed25519_key();

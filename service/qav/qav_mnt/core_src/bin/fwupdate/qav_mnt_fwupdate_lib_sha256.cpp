@@ -91,7 +91,7 @@ std::string qav_mnt_fwupdate_lib_sha256::to_hex_(const unsigned char* digest, un
 {
     static const char digits[] = "0123456789abcdef";
     std::string hex;
-    hex.reserve(size * 2);
+    hex.reserve(static_cast<size_t>(size) * 2);
     for (unsigned int i = 0; i < size; ++i) {
         hex += digits[digest[i] >> 4];
         hex += digits[digest[i] & 0x0F];

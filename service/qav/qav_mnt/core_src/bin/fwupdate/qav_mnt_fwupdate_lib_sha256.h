@@ -16,7 +16,7 @@ namespace norvane {
 
 class qav_mnt_fwupdate_lib_sha256 {
 public:
-    static constexpr size_t BLOCK_SIZE = 64 * 1024;
+    static constexpr size_t BLOCK_SIZE = size_t{64} * 1024;
     static constexpr size_t HEX_SIZE = 64;
 
     qav_mnt_fwupdate_lib_sha256();

@@ -50,7 +50,9 @@ void qav_mnt_fwupdate_lib_trusted_keys::load(const std::string& trust_folder_pat
     ::closedir(dir);
     std::sort(names.begin(), names.end());
     for (const std::string& name : names) {
-        load_key_file_(trust_folder_path + "/" + name);
+        std::string path = trust_folder_path;
+        path.append("/").append(name);
+        load_key_file_(path);
     }
 }
 

@@ -207,8 +207,10 @@ int qav_mnt_fwupdate_lib_verify_signature::check_regular_(const std::string& unz
                                                           const std::vector<std::string>& names)
 {
     for (const std::string& name : names) {
+        std::string path = unzip_folder_path;
+        path.append("/").append(name);
         struct stat status;
-        if (::lstat((unzip_folder_path + "/" + name).c_str(), &status) != 0 ||
+        if (::lstat(path.c_str(), &status) != 0 ||
             !S_ISREG(status.st_mode)) {
             qav_mnt_fwupdate_log_err(VERIFY_NAME,
                                      "Signature check: the file is not a regular file. file:[%s]\n",

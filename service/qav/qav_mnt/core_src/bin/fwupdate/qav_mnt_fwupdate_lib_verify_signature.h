@@ -25,7 +25,7 @@ public:
     static const char* const SIGNATURE_NAME;  // "FW_package.sha256.sig"
     // The manifest is read whole to check its signature; 4 MiB holds over
     // 12,000 lines of the longest names.
-    static constexpr size_t MAX_MANIFEST_SIZE = 4 * 1024 * 1024;
+    static constexpr size_t MAX_MANIFEST_SIZE = size_t{4} * 1024 * 1024;
 
     qav_mnt_fwupdate_lib_verify_signature();
     ~qav_mnt_fwupdate_lib_verify_signature();
