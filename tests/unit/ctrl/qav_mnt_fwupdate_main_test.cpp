@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <sstream>
 #include <string>
 
 #include "program_runner.h"
@@ -26,11 +25,7 @@ program_run run_on_fake_platform_(const std::string& faults)
     norvane_test::temp_dir dir;
     norvane_tools::program_environment environment;
     const char* launcher = std::getenv("FWUPDATE_E2E_LAUNCHER");
-    std::istringstream words(launcher != nullptr ? launcher : "");
-    std::string word;
-    while (words >> word) {
-        environment.launcher.push_back(word);
-    }
+    environment.launcher = norvane_tools::launcher_words(launcher != nullptr ? launcher : "");
     environment.state_dir = dir.path();
     environment.faults = faults;
     environment.log_path = dir.file("program.log");
