@@ -44,6 +44,8 @@ struct settings {
     std::string state_dir;
     std::string run_binary;
     std::string faults;
+    std::string trust_dir;
+    bool trust_dir_given = false;
     std::string program_log;
     std::string host_bin_dir = FWUPDATE_HOST_BIN_DIR;
     std::string launcher;
@@ -66,6 +68,8 @@ const char* usage_text =
     "  --run BINARY          empty /tmp/fwupdate/update, start BINARY, reap it at the end\n"
     "  --state-dir DIR       the program's FWUPDATE_STATE_DIR (default $FWUPDATE_STATE_DIR or /tmp/fwupdate-state)\n"
     "  --faults LIST         the program's FWUPDATE_FAULTS (with --run)\n"
+    "  --trust-dir DIR       the program's FWUPDATE_TRUST_DIR, its folder of trusted signing keys\n"
+    "                        (with --run; \"\" for none; default: as the environment has it)\n"
     "  --program-log FILE    the program's standard error goes to FILE (with --run)\n"
     "  --host-bin DIR        folder put first in the program's PATH (the busybox front)\n"
     "  --launcher WORDS      start the program through WORDS, e.g. \"qemu-arm -L /usr/arm-linux-gnueabihf\"\n"
@@ -130,6 +134,7 @@ int parse_arguments(int argc, char** argv, settings& config)
         else if (word == "--run") bad = value(config.run_binary);
         else if (word == "--state-dir") bad = value(config.state_dir);
         else if (word == "--faults") bad = value(config.faults);
+        else if (word == "--trust-dir") { bad = value(config.trust_dir); config.trust_dir_given = true; }
         else if (word == "--program-log") bad = value(config.program_log);
         else if (word == "--host-bin") bad = value(config.host_bin_dir);
         else if (word == "--launcher") bad = value(config.launcher);
@@ -284,6 +289,9 @@ int main(int argc, char** argv)
         program_environment environment{config.socket_path, config.state_dir, config.faults,
                                         config.host_bin_dir, config.program_log,
                                         split_words(config.launcher), {}};
+        if (config.trust_dir_given) {
+            environment.extra_variables.push_back({"FWUPDATE_TRUST_DIR", config.trust_dir});
+        }
         if (program.start(config.run_binary, environment) != 0) {
             report.line("cannot start " + config.run_binary);
             return exit_usage;
