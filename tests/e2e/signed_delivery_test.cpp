@@ -6,22 +6,18 @@
 
 #include "bsd_sum.h"
 #include "bsd_sum_collision.h"
+#include "command_run.h"
+#include "delivery_replies.h"
 #include "test_signer.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
-#include <sys/stat.h>
 
 namespace norvane_test {
 namespace {
 
 using norvane_tools::upload_options;
-
-const char* const upload_ok = "00 01 00 00 00 01 00 00 80 12 00 00 00 00 00 00";
-const char* const finished_ok_2 = "00 01 00 00 00 02 00 00 80 13 00 02 00 00 00 00";
-const char* const finished_ok_3 = "00 01 00 00 00 03 00 00 80 13 00 02 00 00 00 00";
-const char* const finished_fw_error_2 = "00 01 00 00 00 02 00 15 80 13 00 02 00 00 00 00";
 
 const char* const MANIFEST = "FW_package.sha256";
 const char* const SIGNATURE = "FW_package.sha256.sig";
@@ -45,10 +41,12 @@ protected:
     {
     }
 
-    void TearDown() override
+    void SetUp() override
     {
+        // The program inherits this process's environment: a trust folder
+        // reaches it only where a test passes one.
         ::unsetenv("FWUPDATE_TRUST_DIR");
-        e2e_fixture::TearDown();
+        e2e_fixture::SetUp();
     }
 
     // A trust folder holding one file per (name, text).
@@ -92,18 +90,18 @@ protected:
         return with_signature(files_, manifest_of_package(files_), signer);
     }
 
-    // Runs the program with FWUPDATE_TRUST_DIR set to trust (nullptr: unset),
-    // uploads the package and answers as the phone does: a query, then the
-    // confirmation when the package was verified.
+    // Runs the program with FWUPDATE_TRUST_DIR set to trust (nullptr: not
+    // set), does the handshake, uploads the package and answers as the phone
+    // does: a query, then the confirmation when the package was verified.
     delivery deliver(const std::string& package, const char* trust)
     {
-        if (trust == nullptr) {
-            ::unsetenv("FWUPDATE_TRUST_DIR");
-        } else {
-            ::setenv("FWUPDATE_TRUST_DIR", trust, 1);
+        program_options options;
+        if (trust != nullptr) {
+            options.environment.push_back({"FWUPDATE_TRUST_DIR", trust});
         }
         delivery run;
-        if (norvane_tools::program_runner::empty_work_dir() != 0 || start_program() != 0) {
+        replies_.clear();
+        if (norvane_tools::program_runner::empty_work_dir() != 0 || start_program(options) != 0) {
             ADD_FAILURE() << "the program did not start";
             return run;
         }
@@ -328,6 +326,53 @@ TEST_F(signed_delivery_test, invalid_key_file_in_the_trust_folder_refuses_even_a
     expect_refused(deliver(make_package(signed_by(signer_), description_), trust.c_str()),
                    signature_error("a trusted key file cannot be used. key_file:[" + trust +
                                    "/stray.pem] reason:[holds no PEM public key]"));
+}
+
+TEST_F(signed_delivery_test, simulator_passes_its_trust_folder_to_the_program)
+{
+    const std::string trust = trust_folder({{"release.pem", signer_.public_pem()}});
+    const std::string signed_zip = dir_.write_file("signed.zip", make_package(signed_by(signer_), description_));
+    const std::string unsigned_zip = dir_.write_file("unsigned.zip", make_package(files_, description_));
+    const std::string mobile = std::string(FWUPDATE_MOBILE_BINARY) + " --plain --run '" +
+                               program_binary() + "' --socket '" + dir_.file("mobile.sock") +
+                               "' --state-dir '" + dir_.file("mobile-state") + "' --program-log '" +
+                               dir_.file("mobile-program.log") + "'";
+    const char* launcher = std::getenv("FWUPDATE_E2E_LAUNCHER");
+    const std::string launch = launcher != nullptr ? " --launcher '" + std::string(launcher) + "'" : "";
+
+    const command_output delivered =
+        run_command(mobile + launch + " --trust-dir '" + trust + "' deliver '" + signed_zip + "'");
+    EXPECT_EQ(0, delivered.status) << delivered.out << delivered.err;
+    EXPECT_NE(std::string::npos, read_file_bytes(dir_.file("mobile-program.log"))
+                                     .find("[INF] verify(): Signature check: signed by a trusted key. "
+                                           "key_file:[" + trust + "/release.pem]\n"));
+
+    const command_output refused =
+        run_command(mobile + launch + " --trust-dir '" + trust + "' deliver '" + unsigned_zip + "'");
+    EXPECT_EQ(1, refused.status) << refused.out << refused.err;
+    EXPECT_NE(std::string::npos,
+              read_file_bytes(dir_.file("mobile-program.log"))
+                  .find(signature_error("the package is not signed. missing_file:[FW_package.sha256]")));
+
+    // An empty folder name: no trust folder, as on a device without keys.
+    const command_output without_keys =
+        run_command(mobile + launch + " --trust-dir '' deliver '" + unsigned_zip + "'");
+    EXPECT_EQ(0, without_keys.status) << without_keys.out << without_keys.err;
+    const std::string log = read_file_bytes(dir_.file("mobile-program.log"));
+    EXPECT_NE(std::string::npos, log.find("[IMP] verify(): ##### Success End Verify process.\n")) << log;
+    EXPECT_EQ(std::string::npos, log.find("Signature check")) << log;
+}
+
+TEST_F(signed_delivery_test, simulator_usage_names_the_trust_folder_option)
+{
+    const command_output missing_value = run_command(std::string(FWUPDATE_MOBILE_BINARY) + " --trust-dir");
+    EXPECT_EQ(2, missing_value.status);
+    EXPECT_NE(std::string::npos, missing_value.err.find("fwupdate-mobile: bad or missing value for --trust-dir\n"))
+        << missing_value.err;
+    EXPECT_NE(std::string::npos,
+              missing_value.err.find("  --trust-dir DIR       the program's FWUPDATE_TRUST_DIR, its folder of "
+                                     "trusted signing keys\n"))
+        << missing_value.err;
 }
 
 }  // namespace
