@@ -1,4 +1,5 @@
 #include "qav_mnt_fwupdate_lib_util.h"
+#include "qav_mnt_fwupdate_lib_stream_buffer.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -8,6 +9,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -18,6 +20,7 @@
 
 namespace {
 
+using norvane::qav_mnt_fwupdate_lib_stream_buffer;
 using norvane::qav_mnt_fwupdate_lib_util;
 using norvane::QAV_MNT_FWUPDATE_CHECK_SUM_SIZE;
 using norvane::verify_file_info;
@@ -189,6 +192,49 @@ TEST(qav_mnt_fwupdate_lib_util, BinaryFileIsCreatedWrittenAndClosed)
     EXPECT_EQ(util.close_file(file), 0);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
     EXPECT_EQ(read_file_bytes(path), std::string("PK\x03\x04\0rest", 9));
+}
+
+// The write calls this process has made so far.
+long write_calls()
+{
+    std::ifstream io("/proc/self/io");
+    std::string name;
+    long value = 0;
+    while (io >> name >> value) {
+        if (name == "syscw:") {
+            return value;
+        }
+    }
+    return -1;
+}
+
+// A delivery writes the 16 leading bytes and then one chunk per transfer;
+// the package file's stream gathers them into writes of its whole buffer.
+TEST(qav_mnt_fwupdate_lib_util, PackageFileTakesOneWritePerStreamBufferOfChunks)
+{
+    temp_dir dir;
+    const std::string path = dir.file("qav_mnt_fwpackage.zip");
+    qav_mnt_fwupdate_lib_util util;
+    FILE* file = nullptr;
+    const size_t buffers_before = qav_mnt_fwupdate_lib_stream_buffer::attached_count();
+    ASSERT_EQ(util.open_binary_file(path, &file), 0);
+    EXPECT_EQ(buffers_before + 1, qav_mnt_fwupdate_lib_stream_buffer::attached_count());
+    std::string leading(16, '\0');
+    std::string expected = leading;
+    const long before = write_calls();
+    ASSERT_GE(before, 0);
+    EXPECT_EQ(util.write_binary_file(file, &leading[0], 16), 0);
+    // 64 chunks of 16 KiB after the 16 bytes: four whole buffers of 256 KiB.
+    for (int index = 0; index < 64; ++index) {
+        std::string chunk(16384, static_cast<char>('a' + index % 26));
+        EXPECT_EQ(util.write_binary_file(file, &chunk[0], 16384), 0);
+        expected += chunk;
+    }
+    EXPECT_EQ(before + 4, write_calls());
+    EXPECT_EQ(util.close_file(file), 0);
+    EXPECT_EQ(before + 5, write_calls());
+    EXPECT_EQ(buffers_before, qav_mnt_fwupdate_lib_stream_buffer::attached_count());
+    EXPECT_EQ(read_file_bytes(path), expected);
 }
 
 TEST(qav_mnt_fwupdate_lib_util, OpenBinaryFileTruncatesAnExistingFile)
