@@ -4,7 +4,9 @@
 // would buffer them in blocks of the file system's size (4 KiB): every
 // transfer then cost two write calls, both off the page boundaries once the
 // 16 leading bytes were in. A stream buffer of STREAM_BUFFER_SIZE bytes turns
-// the transfers into one page-aligned write per buffer. The buffer must
+// the transfers into one page-aligned write per buffer, and it lies in memory
+// so that no copy into or out of it runs into the processor's 4K aliasing
+// (see the source). The buffer must
 // outlive its stream, so it is kept here, by stream, from the stream's
 // opening until it is closed; a stream that is never closed keeps its buffer
 // until the process has ended and flushed it.
