@@ -92,9 +92,19 @@ int floor_write_all(int file_fd, const unsigned char* data, size_t size)
     return 0;
 }
 
-int floor_open_package(const char* path)
+int floor_start_upload(const char* socket_path, const char* package_path, floor_upload& upload)
 {
-    return ::open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    upload.link = floor_connect(socket_path);
+    if (upload.link < 0) {
+        return 1;
+    }
+    upload.first_length = floor_receive(upload.link, upload.first.bytes);
+    if (upload.first_length < 0 ||
+        floor_decode_request(upload.first.bytes, upload.first_length, upload.request) != 0) {
+        return 1;
+    }
+    upload.file = ::open(package_path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    return upload.file < 0 ? 1 : 0;
 }
 
 int floor_send_reply(int socket_fd, const floor_request& request)

@@ -8,7 +8,9 @@
 //   delivery_floor_ring SOCKET_PATH PACKAGE_PATH
 #include "floor_link.h"
 
+#include <algorithm>
 #include <condition_variable>
+#include <memory>
 #include <mutex>
 #include <thread>
 #include <unistd.h>
@@ -22,7 +24,8 @@ constexpr size_t SLOT_COUNT = 100;
 
 class slot_ring {
 public:
-    slot_ring() : memory_(SLOT_COUNT * floor_max_transfer), lengths_(SLOT_COUNT, 0) {}
+    // The slots are not filled in advance: each is touched when first used.
+    slot_ring() : slots_(new floor_transfer[SLOT_COUNT]), lengths_(SLOT_COUNT, 0) {}
 
     // The slot the receiver fills next, once one is free.
     unsigned char* wait_free_slot()
@@ -57,9 +60,9 @@ public:
     }
 
 private:
-    unsigned char* slot_(size_t index) { return memory_.data() + index * floor_max_transfer; }
+    unsigned char* slot_(size_t index) { return slots_[index].bytes; }
 
-    std::vector<unsigned char> memory_;
+    std::unique_ptr<floor_transfer[]> slots_;
     std::vector<size_t> lengths_;
     size_t head_ = 0;
     size_t used_ = 0;
@@ -93,39 +96,30 @@ int write_slots(slot_ring& ring, int file, int link, const floor_request& reques
 
 int main(int argc, char** argv)
 {
+    static floor_upload upload;
+    static slot_ring ring;
     if (argc != 3) {
         return 2;
     }
-    int link = floor_connect(argv[1]);
-    if (link < 0) {
+    if (floor_start_upload(argv[1], argv[2], upload) != 0) {
         return 1;
     }
-    std::vector<unsigned char> first(floor_max_transfer);
-    long got = floor_receive(link, first.data());
-    floor_request request;
-    if (got < 0 || floor_decode_request(first.data(), got, request) != 0) {
-        return 1;
-    }
-    int file = floor_open_package(argv[2]);
-    if (file < 0) {
-        return 1;
-    }
-    slot_ring ring;
     int writer_result = 0;
-    std::thread writer([&] { writer_result = write_slots(ring, file, link, request); });
+    std::thread writer(
+        [&] { writer_result = write_slots(ring, upload.file, upload.link, upload.request); });
 
-    const unsigned long long expected = request.data_size + floor_header_size;
-    unsigned long long received = static_cast<unsigned long long>(got);
+    const unsigned long long expected = upload.request.data_size + floor_header_size;
+    unsigned long long received = static_cast<unsigned long long>(upload.first_length);
     int result = 0;
-    if (got > static_cast<long>(floor_header_size)) {
-        const size_t body = static_cast<size_t>(got) - floor_header_size;
+    if (upload.first_length > static_cast<long>(floor_header_size)) {
         unsigned char* slot = ring.wait_free_slot();
-        std::copy(first.begin() + floor_header_size, first.begin() + got, slot);
-        ring.publish(body);
+        std::copy(upload.first.bytes + floor_header_size, upload.first.bytes + upload.first_length,
+                  slot);
+        ring.publish(static_cast<size_t>(upload.first_length) - floor_header_size);
     }
     while (received < expected) {
         unsigned char* slot = ring.wait_free_slot();
-        got = floor_receive(link, slot);
+        const long got = floor_receive(upload.link, slot);
         if (got < 0) {
             result = 1;
             break;
@@ -136,6 +130,6 @@ int main(int argc, char** argv)
     ring.wait_free_slot();
     ring.publish(0);
     writer.join();
-    ::close(link);
+    ::close(upload.link);
     return result | writer_result;
 }

@@ -1,7 +1,6 @@
 #include "process_probe.h"
 
 #include <cstdlib>
-#include <cstring>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -47,18 +46,6 @@ int process_probe::sample(process_sample& reading) const
     }
     reading.cpu_ns = static_cast<long long>(cpu.tv_sec) * 1000000000LL + cpu.tv_nsec;
     return read_minor_faults_(pid_, reading.minor_faults);
-}
-
-long process_probe::peak_resident_kib() const
-{
-    std::ifstream status("/proc/" + std::to_string(pid_) + "/status");
-    std::string line;
-    while (std::getline(status, line)) {
-        if (line.rfind("VmHWM:", 0) == 0) {
-            return std::strtol(line.c_str() + 6, nullptr, 10);
-        }
-    }
-    return 0;
 }
 
 }  // namespace norvane_bench

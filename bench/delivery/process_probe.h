@@ -1,6 +1,6 @@
 // Readings of another process of this machine, taken from outside while it
 // runs (or after it ended, until it is reaped): its CPU time over all its
-// threads, its minor page faults and its peak resident memory.
+// threads and its minor page faults.
 #ifndef NORVANE_BENCH_PROCESS_PROBE_H
 #define NORVANE_BENCH_PROCESS_PROBE_H
 
@@ -20,9 +20,6 @@ public:
 
     // 0 with the sample, or 1 when the process cannot be read.
     int sample(process_sample& reading) const;
-    // Its VmHWM in KiB, or 0 when it cannot be read (an ended process has
-    // none).
-    long peak_resident_kib() const;
 
 private:
     pid_t pid_;
