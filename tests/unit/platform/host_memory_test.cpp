@@ -50,14 +50,15 @@ void cycle_blocks_(unsigned int size, int depth, int cycles)
 // Each incoming transfer takes a block, and the main thread frees it after
 // the write. Served by malloc, a queue that filled and drained left glibc
 // enough free heap to return to the system, and the next blocks were faulted
-// in afresh: about 38,000 faults for these cycles.
+// in afresh: about 38,000 faults for these cycles. From the pool they take a
+// few dozen (a few hundred under a sanitizer, whose shadow memory faults too).
 TEST(host_memory_test, transfer_sized_blocks_cycle_without_page_faults)
 {
     cycle_blocks_(OSL_MDEV_AOA_MAX_TRANSFER, 100, 1);
     const long before = minor_faults_();
     cycle_blocks_(OSL_MDEV_AOA_MAX_TRANSFER, 100, 20);
     cycle_blocks_(16384, 100, 20);
-    EXPECT_LT(minor_faults_() - before, 100);
+    EXPECT_LT(minor_faults_() - before, 1000);
 }
 
 TEST(host_memory_test, a_freed_transfer_sized_block_is_the_next_one_handed_out)
