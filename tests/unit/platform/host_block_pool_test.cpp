@@ -148,7 +148,6 @@ TEST(host_block_pool_test, blocks_cross_from_a_taking_thread_to_a_giving_thread)
 
 TEST(host_block_pool_death_test, a_block_given_back_twice_ends_the_process)
 {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
     host_block_pool pool(BLOCK_SIZE, 2);
     void* block = pool.take(BLOCK_SIZE);
     ASSERT_NE(nullptr, block);
@@ -158,7 +157,6 @@ TEST(host_block_pool_death_test, a_block_given_back_twice_ends_the_process)
 
 TEST(host_block_pool_death_test, a_pointer_into_a_block_ends_the_process)
 {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
     host_block_pool pool(BLOCK_SIZE, 2);
     unsigned char* block = static_cast<unsigned char*>(pool.take(BLOCK_SIZE));
     ASSERT_NE(nullptr, block);
