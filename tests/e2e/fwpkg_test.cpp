@@ -66,6 +66,30 @@ TEST_F(fwpkg_test, built_sample_passes_the_device_verification)
     EXPECT_EQ(zip + ": verified: version 1.0.0, type DEVICE_FIRMWARE\n", check.output);
 }
 
+TEST_F(fwpkg_test, same_folder_gives_the_same_bytes_in_any_time_zone_under_any_umask)
+{
+    const std::string zip = build(FWUPDATE_SOURCE_DIR "/samples/device-firmware");
+    ASSERT_EQ(0, last_.status) << last_.output;
+    // Fresh copies of the files (new modification times), another time zone
+    // and a umask that leaves only the owner's bits.
+    const std::string copy = dir_.file("copy");
+    std::filesystem::copy(FWUPDATE_SOURCE_DIR "/samples/device-firmware", copy);
+    const std::string again = dir_.file("again.zip");
+    const command_result second =
+        run("umask 077 && TZ=Asia/Tokyo " + std::string(FWPKG_BINARY) + " build '" + copy + "' -o '" +
+            again + "' --version 1.0.0 --type DEVICE_FIRMWARE");
+    ASSERT_EQ(0, second.status) << second.output;
+
+    EXPECT_EQ(read_file_bytes(zip), read_file_bytes(again));
+    const command_result listing = run("zipinfo -T '" + again + "'");
+    EXPECT_NE(std::string::npos,
+              listing.output.find("-rw-r--r--  3.0 unx      666 t- defN 19800101.000000 FW_package.xml\n"
+                                  "-rw-r--r--  3.0 unx    24576 b- stor 19800101.000000 main_controller.bin\n"
+                                  "-rw-r--r--  3.0 unx     6144 b- stor 19800101.000000 panel_ui.bin\n"
+                                  "-rw-r--r--  3.0 unx      232 t- defN 19800101.000000 release_notes.txt\n"))
+        << listing.output;
+}
+
 TEST_F(fwpkg_test, show_prints_the_description_as_a_table)
 {
     const auto files = sample_files(1234, 56);
