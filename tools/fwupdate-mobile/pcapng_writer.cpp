@@ -77,8 +77,14 @@ int pcapng_writer::open(const std::string& path, uint16_t link_type, const std::
     put_option(interface, pcapng::option_if_tsresol, std::string(1, '\x06'));  // microseconds
     put_end_of_options(interface);
 
-    return write_block_(pcapng::block_section_header, section) |
-           write_block_(pcapng::block_interface_description, interface);
+    if (write_block_(pcapng::block_section_header, section) != 0 ||
+        write_block_(pcapng::block_interface_description, interface) != 0) {
+        const std::string reason = error_;
+        close();
+        error_ = reason;
+        return 1;
+    }
+    return 0;
 }
 
 int pcapng_writer::write_packet(uint64_t time_us, const void* data, size_t size,

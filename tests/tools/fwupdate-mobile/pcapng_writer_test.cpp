@@ -105,6 +105,7 @@ TEST(pcapng_writer_test, a_full_disk_fails_the_write_and_says_so)
     pcapng_writer writer;
     EXPECT_EQ(1, writer.open("/dev/full", pcapng::link_type_user0, "aoa"));
     EXPECT_EQ("cannot write /dev/full: No space left on device", writer.last_error());
+    EXPECT_FALSE(writer.is_open());
 }
 
 }  // namespace
