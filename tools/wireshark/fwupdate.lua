@@ -107,6 +107,7 @@ fwupdate.experts = {
     e.error_result, e.overrun, e.short_header, e.reply_body,
 }
 
+local usb_endpoint = Field.new("usb.endpoint_address")
 local usb_direction = Field.new("usb.endpoint_address.direction")
 local usb_bus = Field.new("usb.bus_id")
 local usb_device = Field.new("usb.device_address")
@@ -129,7 +130,7 @@ local function link_state(key)
             upload = nil,        -- upload in progress: header frame, size, body bytes so far
             last_upload = nil,   -- the upload request the upload reply answers
             queries = {},        -- status queries waiting for their reply, oldest first
-            seen = false,        -- a packet of this protocol went over this link
+            endpoints = {},      -- USB endpoint of each direction, once it carried a packet
         }
         links[key] = link
     end
@@ -218,7 +219,6 @@ end
 local function learn(tvb, pinfo, link, from)
     local info = { number = pinfo.number, from = from, time = pinfo.rel_ts }
     frames[pinfo.number] = info
-    link.seen = true
     if from == FROM_PHONE and link.upload ~= nil then
         info.kind = "body"
         learn_body(link, info, tvb:len())
@@ -396,8 +396,10 @@ local function looks_like_header(tvb, from)
 end
 
 -- USB bulk transfers of a phone in accessory mode: the phone sends on its IN
--- endpoint. A transfer is taken when it continues an upload, looks like a
--- header, or is any header-sized transfer on a link that already carried the
+-- endpoint and receives on its OUT endpoint; other interfaces of the same
+-- phone (a debugging bridge, say) use other endpoints. A transfer is taken
+-- when it continues an upload on the phone's endpoint, looks like a header,
+-- or is any header-sized transfer on an endpoint that already carried the
 -- protocol (an unknown command, for instance).
 local function heuristic(tvb, pinfo, tree)
     local info = frames[pinfo.number]
@@ -407,13 +409,16 @@ local function heuristic(tvb, pinfo, tree)
             return false
         end
         local from = direction.value == 1 and FROM_PHONE or FROM_DEVICE
+        local endpoint = usb_endpoint().value
         local key = string.format("usb %d.%d", usb_bus().value, usb_device().value)
         local link = link_state(key)
-        local continues = from == FROM_PHONE and link.upload ~= nil
+        local known = link.endpoints[from] == endpoint
+        local continues = known and from == FROM_PHONE and link.upload ~= nil
         if not (continues or looks_like_header(tvb, from)
-                or (link.seen and tvb:len() >= HEADER_SIZE)) then
+                or (known and tvb:len() >= HEADER_SIZE)) then
             return false
         end
+        link.endpoints[from] = endpoint
         info = learn(tvb, pinfo, link, from)
     end
     show(tvb, pinfo, tree, info)

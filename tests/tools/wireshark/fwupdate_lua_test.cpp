@@ -212,6 +212,7 @@ TEST(fwupdate_lua_test, usbmon_capture_of_a_phone_decodes_headers_bodies_and_pai
         {2, 'C', phone_in, 5, 24, std::string(24, 'P')},
         {3, 'S', phone_in, 7, 512, ""},
         {3, 'C', phone_in, 7, 32, std::string(32, '\x55')},   // another device's bulk data
+        {10, 'C', 0x83, 5, 24, std::string(24, 'A')},         // another interface of the phone
         {4, 'S', phone_in, 5, 16384, ""},
         {4, 'C', phone_in, 5, 16, std::string(16, 'K')},
         {5, 'S', phone_out, 5, 16, bytes_of("00 01 00 00 00 01 00 00 80 12 00 00 00 00 00 00")},
@@ -226,14 +227,14 @@ TEST(fwupdate_lua_test, usbmon_capture_of_a_phone_decodes_headers_bodies_and_pai
         {9, 'C', phone_out, 5, 16, ""},
     };
     write_usbmon_capture(dir.file("usbmon.pcapng"), records);
-    EXPECT_EQ("2\t0\t1\t0x0012\t0\t0\t40\t\t\t\t9\n"
+    EXPECT_EQ("2\t0\t1\t0x0012\t0\t0\t40\t\t\t\t10\n"
               "4\t0\t\t\t\t\t\t0\t24\t\t\n"
-              "8\t0\t\t\t\t\t\t24\t16\t\t\n"
-              "9\t1\t1\t0x8012\t0\t0\t0\t\t\t2\t\n"
-              "12\t0\t2\t0x0013\t1\t0\t0\t\t\t\t13\n"
-              "13\t1\t2\t0x8013\t2\t0\t0\t\t\t12\t\n"
-              "16\t0\t3\t0x0013\t2\t0\t0\t\t\t\t17\n"
-              "17\t1\t3\t0x8013\t2\t0\t0\t\t\t16\t\n",
+              "9\t0\t\t\t\t\t\t24\t16\t\t\n"
+              "10\t1\t1\t0x8012\t0\t0\t0\t\t\t2\t\n"
+              "13\t0\t2\t0x0013\t1\t0\t0\t\t\t\t14\n"
+              "14\t1\t2\t0x8013\t2\t0\t0\t\t\t13\t\n"
+              "17\t0\t3\t0x0013\t2\t0\t0\t\t\t\t18\n"
+              "18\t1\t3\t0x8013\t2\t0\t0\t\t\t17\t\n",
               decode(dir, dir.file("usbmon.pcapng"), header_fields));
 }
 
