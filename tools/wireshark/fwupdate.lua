@@ -378,6 +378,8 @@ function fwupdate.dissector(tvb, pinfo, tree)
         local from = pinfo.p2p_dir == 1 and FROM_DEVICE or FROM_PHONE
         info = learn(tvb, pinfo, link_state("capture"), from)
     end
+    pinfo.cols.src = info.from == FROM_PHONE and "phone" or "device"
+    pinfo.cols.dst = info.from == FROM_PHONE and "device" or "phone"
     show(tvb, pinfo, tree, info)
     return tvb:len()
 end
