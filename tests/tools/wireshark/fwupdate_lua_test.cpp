@@ -1,14 +1,13 @@
 // The Wireshark dissector, run by tshark: its names are the program's own,
 // and captures of the simulator's link and usbmon captures of a phone in
 // accessory mode decode to exactly the expected fields.
+#include "command_output.h"
 #include "mobile_packet.h"
 #include "pcapng_writer.h"
 #include "temp_dir.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <cstdlib>
 #include <map>
 #include <regex>
 #include <set>
@@ -40,29 +39,16 @@ std::string bytes_of(const std::string& hex)
 }
 
 // Runs tshark with the dissector loaded and a configuration folder of its
-// own (no personal preferences). Returns its standard output; its standard
-// error must not report a Lua error.
+// own (no personal preferences). Returns its standard output; it must exit 0
+// and its standard error must not report a Lua error.
 std::string run_tshark(const temp_dir& dir, const std::string& arguments)
 {
-    const std::string errors = dir.file("tshark.err");
     const std::string command = "WIRESHARK_CONFIG_DIR='" + dir.file("wireshark") + "' '" +
-                                std::string(TSHARK_EXECUTABLE) + "' " + arguments +
-                                " 2>'" + errors + "'";
-    std::string output;
-    FILE* pipe = ::popen(command.c_str(), "r");
-    if (pipe == nullptr) {
-        ADD_FAILURE() << "cannot run " << command;
-        return output;
-    }
-    char buffer[4096];
-    size_t got = 0;
-    while ((got = std::fread(buffer, 1, sizeof buffer, pipe)) > 0) {
-        output.append(buffer, got);
-    }
-    const int status = ::pclose(pipe);
-    EXPECT_EQ(0, status) << command << "\n" << read_file_bytes(errors);
-    EXPECT_EQ(std::string::npos, read_file_bytes(errors).find("Lua")) << read_file_bytes(errors);
-    return output;
+                                std::string(TSHARK_EXECUTABLE) + "' " + arguments;
+    const command_output result = run_command(command);
+    EXPECT_EQ(0, result.status) << command << "\n" << result.err;
+    EXPECT_EQ(std::string::npos, result.err.find("Lua")) << result.err;
+    return result.out;
 }
 
 std::string decode(const temp_dir& dir, const std::string& capture, const std::string& fields)
