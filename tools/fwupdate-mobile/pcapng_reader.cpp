@@ -144,26 +144,20 @@ int pcapng_reader::read_interface_(size_t offset, const std::string& body)
         return fail_(offset, "an interface description cut short");
     }
     interface_info interface{get_16_(body, 0), 1000000};
-    size_t at = 8;
-    while (at + 4 <= body.size()) {
-        const uint16_t code = get_16_(body, at);
-        const uint16_t length = get_16_(body, at + 2);
-        if (code == pcapng::option_end) {
-            break;
-        }
-        if (length > body.size() - at - 4) {
-            return fail_(offset, "an interface option runs past its block");
-        }
-        if (code == pcapng::option_if_tsresol && length == 1) {
-            interface.units_per_second = units_per_second(static_cast<uint8_t>(body[at + 4]));
+    const int result = read_options_(offset, body, 8, "an interface option",
+                                     [&](uint16_t code, const std::string& value) {
+        if (code == pcapng::option_if_tsresol && value.size() == 1) {
+            interface.units_per_second = units_per_second(static_cast<uint8_t>(value[0]));
             if (interface.units_per_second == 0) {
                 return fail_(offset, "a time resolution that does not fit in 64 bits");
             }
         }
-        at += 4 + ((length + 3u) & ~3u);
+        return 0;
+    });
+    if (result == 0) {
+        interfaces_.push_back(interface);
     }
-    interfaces_.push_back(interface);
-    return 0;
+    return result;
 }
 
 int pcapng_reader::read_packet_(size_t offset, const std::string& body)
@@ -188,7 +182,23 @@ int pcapng_reader::read_packet_(size_t offset, const std::string& body)
     packet.time_us = to_microseconds(time, interface.units_per_second);
     packet.original_size = get_32_(body, 16);
     packet.bytes = body.substr(20, captured);
-    size_t at = 20 + ((captured + 3u) & ~size_t{3});
+    const size_t options = 20 + ((captured + 3u) & ~size_t{3});
+    const int result = read_options_(offset, body, options, "a packet option",
+                                     [&](uint16_t code, const std::string& value) {
+        if (code == pcapng::option_epb_flags && value.size() == 4) {
+            packet.direction = static_cast<pcapng::direction>(get_32_(value, 0) & pcapng::direction_mask);
+        }
+        return 0;
+    });
+    if (result == 0) {
+        packets_.push_back(packet);
+    }
+    return result;
+}
+
+int pcapng_reader::read_options_(size_t offset, const std::string& body, size_t at,
+                                 const std::string& what, const option_reader& take)
+{
     while (at + 4 <= body.size()) {
         const uint16_t code = get_16_(body, at);
         const uint16_t length = get_16_(body, at + 2);
@@ -196,15 +206,13 @@ int pcapng_reader::read_packet_(size_t offset, const std::string& body)
             break;
         }
         if (length > body.size() - at - 4) {
-            return fail_(offset, "a packet option runs past its block");
+            return fail_(offset, what + " runs past its block");
         }
-        if (code == pcapng::option_epb_flags && length == 4) {
-            packet.direction =
-                static_cast<pcapng::direction>(get_32_(body, at + 4) & pcapng::direction_mask);
+        if (take(code, body.substr(at + 4, length)) != 0) {
+            return 1;
         }
         at += 4 + ((length + 3u) & ~3u);
     }
-    packets_.push_back(packet);
     return 0;
 }
 

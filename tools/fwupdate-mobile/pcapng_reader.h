@@ -9,6 +9,7 @@
 #include "pcapng_format.h"
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -42,6 +43,11 @@ private:
     int read_section_header_(size_t offset, const std::string& body);
     int read_interface_(size_t offset, const std::string& body);
     int read_packet_(size_t offset, const std::string& body);
+    // Walks a block's options from at, handing each code and value to take;
+    // 0, or 1 when an option runs past the block or take refuses it.
+    using option_reader = std::function<int(uint16_t code, const std::string& value)>;
+    int read_options_(size_t offset, const std::string& body, size_t at, const std::string& what,
+                      const option_reader& take);
     uint16_t get_16_(const std::string& bytes, size_t at) const;
     uint32_t get_32_(const std::string& bytes, size_t at) const;
 

@@ -155,6 +155,29 @@ TEST(pcapng_reader_test, captured_bytes_that_run_past_their_block_are_refused)
               reader.last_error());
 }
 
+TEST(pcapng_reader_test, an_option_that_runs_past_its_block_is_refused)
+{
+    const std::string capture = bytes_of(
+        "0A 0D 0D 0A 1C 00 00 00 4D 3C 2B 1A 01 00 00 00 FF FF FF FF FF FF FF FF 1C 00 00 00"
+        // interface whose if_name claims 9 bytes in a block that has 4 left
+        " 01 00 00 00 1C 00 00 00 93 00 00 00 00 00 00 00 02 00 09 00 61 6F 61 00 1C 00 00 00");
+    pcapng_reader reader;
+    EXPECT_EQ(1, reader.read_bytes(capture));
+    EXPECT_EQ("block at offset 28: an interface option runs past its block", reader.last_error());
+}
+
+TEST(pcapng_reader_test, a_time_resolution_beyond_64_bits_is_refused)
+{
+    const std::string capture = bytes_of(
+        "0A 0D 0D 0A 1C 00 00 00 4D 3C 2B 1A 01 00 00 00 FF FF FF FF FF FF FF FF 1C 00 00 00"
+        // if_tsresol 10^100
+        " 01 00 00 00 20 00 00 00 93 00 00 00 00 00 00 00 09 00 01 00 64 00 00 00 00 00 00 00"
+        " 20 00 00 00");
+    pcapng_reader reader;
+    EXPECT_EQ(1, reader.read_bytes(capture));
+    EXPECT_EQ("block at offset 28: a time resolution that does not fit in 64 bits", reader.last_error());
+}
+
 TEST(pcapng_reader_test, an_empty_file_is_refused)
 {
     pcapng_reader reader;
