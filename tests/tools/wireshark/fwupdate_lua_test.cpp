@@ -186,6 +186,26 @@ TEST(fwupdate_lua_test, names_of_commands_results_and_options_are_the_programs_e
     EXPECT_EQ(options, dissector_names(values, "fwupdate.option"));
 }
 
+TEST(fwupdate_lua_test, captured_delivery_of_the_sample_package_decodes_to_its_exact_fields)
+{
+    // Recorded by fwupdate-mobile from the real program: handshake, upload
+    // header alone, the package in two transfers, upload reply, one poll,
+    // the confirmation.
+    temp_dir dir;
+    EXPECT_EQ("1\t0\t1\t0x0013\t1\t0\t0\t\t\t\t2\n"
+              "2\t1\t1\t0x8013\t1\t0\t0\t\t\t1\t\n"
+              "3\t0\t1\t0x0012\t0\t0\t31614\t\t\t\t6\n"
+              "4\t0\t\t\t\t\t\t0\t16384\t\t\n"
+              "5\t0\t\t\t\t\t\t16384\t15230\t\t\n"
+              "6\t1\t1\t0x8012\t0\t0\t0\t\t\t3\t\n"
+              "7\t0\t2\t0x0013\t1\t0\t0\t\t\t\t8\n"
+              "8\t1\t2\t0x8013\t2\t0\t0\t\t\t7\t\n"
+              "9\t0\t3\t0x0013\t2\t0\t0\t\t\t\t10\n"
+              "10\t1\t3\t0x8013\t2\t0\t0\t\t\t9\t\n",
+              decode(dir, std::string(FWUPDATE_SOURCE_DIR) + "/tests/captures/sample-delivery.pcapng",
+                     header_fields));
+}
+
 TEST(fwupdate_lua_test, usbmon_capture_of_a_phone_decodes_headers_bodies_and_pairs_replies)
 {
     temp_dir dir;
