@@ -167,8 +167,10 @@ TEST_F(fwupdate_mobile_test, delivered_package_is_status_0_and_every_transfer_is
 
 TEST_F(fwupdate_mobile_test, failed_delivery_is_status_1)
 {
+    // The first poll waits for the verification, so the failure is its answer.
     const command_output result =
-        mobile(run_option() + "deliver '" FWUPDATE_SOURCE_DIR "/samples/device-firmware/release_notes.txt'");
+        mobile(run_option() + "--wait-for-verification deliver '" FWUPDATE_SOURCE_DIR
+                              "/samples/device-firmware/release_notes.txt'");
     EXPECT_EQ(1, result.status) << result.out;
     EXPECT_NE(std::string::npos,
               result.out.find("reply 00 01 00 00 00 02 00 15 80 13 00 02 00 00 00 00  status: finished, "
@@ -179,10 +181,11 @@ TEST_F(fwupdate_mobile_test, failed_delivery_is_status_1)
 
 TEST_F(fwupdate_mobile_test, replay_with_a_changed_reply_prints_the_difference_with_status_1)
 {
-    // The sample's delivery recorded, with the confirmation's reply changed
-    // to an error.
+    // The sample's delivery recorded, opened by a readiness query as the
+    // kept captures are, with the confirmation's reply changed to an error.
     const std::string zip = sample_package();
-    ASSERT_EQ(0, mobile(run_option() + "--capture '" + dir_.file("c.pcapng") + "' deliver '" + zip + "'").status);
+    ASSERT_EQ(0, mobile(run_option() + "--capture '" + dir_.file("c.pcapng") + "' status 1 deliver '" + zip +
+                        "'").status);
     pcapng_reader reader;
     ASSERT_EQ(0, reader.read_file(dir_.file("c.pcapng")));
     norvane_tools::pcapng_writer writer;

@@ -2,8 +2,8 @@
 // sent, in which order, and the first difference it reports.
 #include "capture_replay.h"
 
-#include "mobile_packet.h"
 #include "phone_socket.h"
+#include "hex_bytes.h"
 #include "temp_dir.h"
 
 #include <gtest/gtest.h>
@@ -26,19 +26,12 @@ using norvane_tools::phone_socket;
 using norvane_tools::replay_options;
 namespace pcapng = norvane_tools::pcapng;
 
-std::string bytes_of(const std::string& hex)
-{
-    std::string bytes;
-    EXPECT_EQ(0, norvane_tools::from_hex(hex, bytes)) << hex;
-    return bytes;
-}
-
-const std::string upload = bytes_of("00 01 00 00 00 01 00 00 00 12 00 00 00 00 00 04");
+const std::string upload = hex_bytes("00 01 00 00 00 01 00 00 00 12 00 00 00 00 00 04");
 const std::string body = "BODY";
-const std::string upload_reply = bytes_of("00 01 00 00 00 01 00 00 80 12 00 00 00 00 00 00");
-const std::string query = bytes_of("00 01 00 00 00 02 00 00 00 13 00 01 00 00 00 00");
-const std::string finished = bytes_of("00 01 00 00 00 02 00 00 80 13 00 02 00 00 00 00");
-const std::string failed = bytes_of("00 01 00 00 00 02 00 15 80 13 00 02 00 00 00 00");
+const std::string upload_reply = hex_bytes("00 01 00 00 00 01 00 00 80 12 00 00 00 00 00 00");
+const std::string query = hex_bytes("00 01 00 00 00 02 00 00 00 13 00 01 00 00 00 00");
+const std::string finished = hex_bytes("00 01 00 00 00 02 00 00 80 13 00 02 00 00 00 00");
+const std::string failed = hex_bytes("00 01 00 00 00 02 00 15 80 13 00 02 00 00 00 00");
 
 pcapng_packet phone(const std::string& bytes)
 {

@@ -3,6 +3,7 @@
 #include "pcapng_writer.h"
 
 #include "mobile_packet.h"
+#include "hex_bytes.h"
 #include "temp_dir.h"
 
 #include <gtest/gtest.h>
@@ -14,13 +15,6 @@ namespace {
 
 using norvane_tools::pcapng_writer;
 namespace pcapng = norvane_tools::pcapng;
-
-std::string bytes_of(const std::string& hex)
-{
-    std::string bytes;
-    EXPECT_EQ(0, norvane_tools::from_hex(hex, bytes)) << hex;
-    return bytes;
-}
 
 const char* const section_header_hex =
     "0A 0D 0D 0A 34 00 00 00 4D 3C 2B 1A 01 00 00 00 FF FF FF FF FF FF FF FF"
@@ -37,7 +31,7 @@ TEST(pcapng_writer_test, open_writes_the_section_header_and_one_user0_interface_
     EXPECT_TRUE(writer.is_open());
     ASSERT_EQ(0, writer.close());
     EXPECT_FALSE(writer.is_open());
-    EXPECT_EQ(norvane_tools::to_hex(bytes_of(section_header_hex) + bytes_of(interface_hex)),
+    EXPECT_EQ(norvane_tools::to_hex(hex_bytes(section_header_hex) + hex_bytes(interface_hex)),
               norvane_tools::to_hex(read_file_bytes(dir.file("c.pcapng"))));
 }
 
@@ -46,16 +40,16 @@ TEST(pcapng_writer_test, packet_block_holds_time_sizes_padded_bytes_and_the_dire
     temp_dir dir;
     pcapng_writer writer;
     ASSERT_EQ(0, writer.open(dir.file("c.pcapng"), pcapng::link_type_user0, "aoa"));
-    const std::string packet = bytes_of("00 01 00 00 00 01 00 00 00 12 00 00 00 00 00 10 41");
+    const std::string packet = hex_bytes("00 01 00 00 00 01 00 00 00 12 00 00 00 00 00 10 41");
     ASSERT_EQ(0, writer.write_packet(0x0006200012345678ull, packet.data(), packet.size(),
                                      pcapng::direction_outbound));
     ASSERT_EQ(0, writer.close());
-    const std::string expected_block = bytes_of(
+    const std::string expected_block = hex_bytes(
         "06 00 00 00 40 00 00 00 00 00 00 00 00 20 06 00 78 56 34 12 11 00 00 00 11 00 00 00"
         " 00 01 00 00 00 01 00 00 00 12 00 00 00 00 00 10 41 00 00 00"
         " 02 00 04 00 02 00 00 00 00 00 00 00 40 00 00 00");
     const std::string written = read_file_bytes(dir.file("c.pcapng"));
-    const size_t headers = bytes_of(section_header_hex).size() + bytes_of(interface_hex).size();
+    const size_t headers = hex_bytes(section_header_hex).size() + hex_bytes(interface_hex).size();
     ASSERT_EQ(headers + expected_block.size(), written.size());
     EXPECT_EQ(norvane_tools::to_hex(expected_block), norvane_tools::to_hex(written.substr(headers)));
 }

@@ -2,8 +2,8 @@
 // and captures of the simulator's link and usbmon captures of a phone in
 // accessory mode decode to exactly the expected fields.
 #include "command_output.h"
-#include "mobile_packet.h"
 #include "pcapng_writer.h"
+#include "hex_bytes.h"
 #include "temp_dir.h"
 
 #include <gtest/gtest.h>
@@ -30,13 +30,6 @@ const char* const header_fields =
     " -e frame.number -e fwupdate.direction -e fwupdate.request_id -e fwupdate.command"
     " -e fwupdate.option -e fwupdate.result -e fwupdate.data_size -e fwupdate.body.offset"
     " -e fwupdate.body.length -e fwupdate.response_to -e fwupdate.response_in";
-
-std::string bytes_of(const std::string& hex)
-{
-    std::string bytes;
-    EXPECT_EQ(0, norvane_tools::from_hex(hex, bytes)) << hex;
-    return bytes;
-}
 
 // Runs tshark with the dissector loaded and a configuration folder of its
 // own (no personal preferences). Returns its standard output; it must exit 0
@@ -121,7 +114,7 @@ void write_link_capture(const std::string& path, const std::vector<link_transfer
     ASSERT_EQ(0, writer.open(path, pcapng::link_type_user0, "aoa"));
     uint64_t time_us = 1700000000000000ull;
     for (const link_transfer& transfer : transfers) {
-        const std::string bytes = bytes_of(transfer.hex);
+        const std::string bytes = hex_bytes(transfer.hex);
         ASSERT_EQ(0, writer.write_packet(time_us, bytes.data(), bytes.size(), transfer.direction));
         time_us += 1000;
     }
@@ -213,7 +206,7 @@ TEST(fwupdate_lua_test, usbmon_capture_of_a_phone_decodes_headers_bodies_and_pai
     const uint8_t phone_out = 0x02;    // and receives on its OUT endpoint
     const std::vector<usbmon_record> records = {
         {1, 'S', phone_in, 5, 16384, ""},
-        {1, 'C', phone_in, 5, 16, bytes_of("00 01 00 00 00 01 00 00 00 12 00 00 00 00 00 28")},
+        {1, 'C', phone_in, 5, 16, hex_bytes("00 01 00 00 00 01 00 00 00 12 00 00 00 00 00 28")},
         {2, 'S', phone_in, 5, 16384, ""},
         {2, 'C', phone_in, 5, 24, std::string(24, 'P')},
         {3, 'S', phone_in, 7, 512, ""},
@@ -221,15 +214,15 @@ TEST(fwupdate_lua_test, usbmon_capture_of_a_phone_decodes_headers_bodies_and_pai
         {10, 'C', 0x83, 5, 24, std::string(24, 'A')},         // another interface of the phone
         {4, 'S', phone_in, 5, 16384, ""},
         {4, 'C', phone_in, 5, 16, std::string(16, 'K')},
-        {5, 'S', phone_out, 5, 16, bytes_of("00 01 00 00 00 01 00 00 80 12 00 00 00 00 00 00")},
+        {5, 'S', phone_out, 5, 16, hex_bytes("00 01 00 00 00 01 00 00 80 12 00 00 00 00 00 00")},
         {5, 'C', phone_out, 5, 16, ""},
         {6, 'S', phone_in, 5, 16384, ""},
-        {6, 'C', phone_in, 5, 16, bytes_of("00 01 00 00 00 02 00 00 00 13 00 01 00 00 00 00")},
-        {7, 'S', phone_out, 5, 16, bytes_of("00 01 00 00 00 02 00 00 80 13 00 02 00 00 00 00")},
+        {6, 'C', phone_in, 5, 16, hex_bytes("00 01 00 00 00 02 00 00 00 13 00 01 00 00 00 00")},
+        {7, 'S', phone_out, 5, 16, hex_bytes("00 01 00 00 00 02 00 00 80 13 00 02 00 00 00 00")},
         {7, 'C', phone_out, 5, 16, ""},
         {8, 'S', phone_in, 5, 16384, ""},
-        {8, 'C', phone_in, 5, 16, bytes_of("00 01 00 00 00 03 00 00 00 13 00 02 00 00 00 00")},
-        {9, 'S', phone_out, 5, 16, bytes_of("00 01 00 00 00 03 00 00 80 13 00 02 00 00 00 00")},
+        {8, 'C', phone_in, 5, 16, hex_bytes("00 01 00 00 00 03 00 00 00 13 00 02 00 00 00 00")},
+        {9, 'S', phone_out, 5, 16, hex_bytes("00 01 00 00 00 03 00 00 80 13 00 02 00 00 00 00")},
         {9, 'C', phone_out, 5, 16, ""},
     };
     write_usbmon_capture(dir.file("usbmon.pcapng"), records);
@@ -248,7 +241,7 @@ TEST(fwupdate_lua_test, usbmon_bulk_data_of_other_protocols_is_left_alone)
 {
     temp_dir dir;
     write_usbmon_capture(dir.file("usbmon.pcapng"),
-                         {{1, 'C', 0x81, 3, 31, bytes_of("55 53 42 53 01 00 00 00 00 00 00 00 00 00 00 00"
+                         {{1, 'C', 0x81, 3, 31, hex_bytes("55 53 42 53 01 00 00 00 00 00 00 00 00 00 00 00"
                                                          " 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00")},
                           {2, 'S', 0x02, 3, 16, std::string(16, '\0')}});
     EXPECT_EQ("", decode(dir, dir.file("usbmon.pcapng"), header_fields));
