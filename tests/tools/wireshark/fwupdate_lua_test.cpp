@@ -9,7 +9,6 @@
 #include <gtest/gtest.h>
 
 #include <map>
-#include <regex>
 #include <set>
 #include <sstream>
 #include <string>
@@ -133,10 +132,16 @@ std::set<std::string> program_names(const std::vector<std::string>& enumerations
         if (start == std::string::npos) {
             continue;
         }
-        const std::string body = text.substr(start, text.find("};", start) - start);
-        const std::regex enumerator("QAV_MNT_FWUPDATE_MBA_([A-Z_]+) = (0x[0-9A-Fa-f]+|[0-9]+)");
-        for (std::sregex_iterator it(body.begin(), body.end(), enumerator), end; it != end; ++it) {
-            names.insert(std::to_string(std::stoul((*it)[2].str(), nullptr, 0)) + " " + (*it)[1].str());
+        // Each enumerator reads "QAV_MNT_FWUPDATE_MBA_<NAME> = <value>,".
+        const size_t open = text.find('{', start) + 1;
+        const std::string body = text.substr(open, text.find("};", open) - open);
+        const std::string prefix = "QAV_MNT_FWUPDATE_MBA_";
+        for (size_t at = body.find(prefix); at != std::string::npos; at = body.find(prefix, at)) {
+            at += prefix.size();
+            const size_t name_end = body.find(" = ", at);
+            const std::string name = body.substr(at, name_end - at);
+            const unsigned long value = std::stoul(body.substr(name_end + 3), nullptr, 0);
+            names.insert(std::to_string(value) + " " + name);
         }
     }
     return names;
