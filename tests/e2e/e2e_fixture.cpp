@@ -5,7 +5,6 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <sstream>
 
 namespace norvane_test {
 
@@ -62,13 +61,7 @@ program_environment e2e_fixture::environment_with(const program_options& options
                                     FWUPDATE_HOST_BIN_DIR, program_log_path(), {},
                                     options.environment};
     const char* launcher = std::getenv("FWUPDATE_E2E_LAUNCHER");
-    if (launcher != nullptr) {
-        std::istringstream words(launcher);
-        std::string word;
-        while (words >> word) {
-            environment.launcher.push_back(word);
-        }
-    }
+    environment.launcher = launcher_words(launcher != nullptr ? launcher : "");
     return environment;
 }
 

@@ -1,6 +1,7 @@
 // Test double of the OS wrapper (message queue, mutex, heap blocks) with the
 // knobs that unit tests need: fail the next queue send or receive, hold the
-// receivers, wait until a receiver sits on an empty queue, fail the i-th
+// receivers, make the next receive throw as an allocation failure inside
+// the wrapper would, wait until a receiver sits on an empty queue, fail the i-th
 // allocation or the next allocation of a given size, and count the blocks
 // that are still outstanding.
 //
@@ -21,6 +22,9 @@ public:
     // The next send (receive) on any queue returns result without copying.
     static void fail_next_send(int result);
     static void fail_next_receive(int result);
+    // The next receive on any queue throws std::bad_alloc, as the wrapper's
+    // own allocation would when memory runs out.
+    static void fail_next_receive_with_bad_alloc();
 
     // While held, receivers wait even when messages are queued.
     static void hold_receive(bool hold);

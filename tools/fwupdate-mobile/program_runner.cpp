@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -13,6 +14,17 @@
 namespace norvane_tools {
 
 const char* const fwupdate_work_dir = "/tmp/fwupdate/update";
+
+std::vector<std::string> launcher_words(const std::string& text)
+{
+    std::istringstream stream(text);
+    std::vector<std::string> words;
+    std::string word;
+    while (stream >> word) {
+        words.push_back(word);
+    }
+    return words;
+}
 
 program_runner::~program_runner()
 {

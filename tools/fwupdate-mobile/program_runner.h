@@ -28,6 +28,10 @@ struct program_environment {
 // whatever starts it on the host does.
 extern const char* const fwupdate_work_dir;
 
+// The words of a launcher written as one text, e.g. the value of
+// FWUPDATE_E2E_LAUNCHER; empty for an empty text.
+std::vector<std::string> launcher_words(const std::string& text);
+
 class program_runner {
 public:
     program_runner() = default;

@@ -1117,7 +1117,7 @@ TEST_F(ctrl_exec_mode_test, undeletable_package_file_is_a_verification_error)
     // A busybox stand-in first in PATH sums like the host front, and turns the
     // package file into a non-empty folder once it has been summed.
     norvane_test::temp_dir bin;
-    std::string front = std::string(NORVANE_HOST_BIN_DIR) + "/busybox";
+    std::string front = std::string(FWUPDATE_HOST_BIN_DIR) + "/busybox";
     bin.write_file("busybox",
                    "#!/bin/sh\n"
                    "out=$(\"" + front + "\" \"$@\")\n"
