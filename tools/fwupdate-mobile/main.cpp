@@ -20,7 +20,6 @@
 #include "transfer_capture.h"
 
 #include <cerrno>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -277,8 +276,7 @@ int start_program(program_runner& program, const mobile_settings& config, run_re
 
 // Reaps the program and shows what it left. A replay is judged by its
 // replies alone: some recorded runs end with status 1.
-int finish_program(program_runner& program, const mobile_settings& config, run_report& report,
-                   size_t log_offset, std::chrono::system_clock::time_point started)
+int finish_program(program_runner& program, const mobile_settings& config, run_report& report)
 {
     int outcome = exit_succeeded;
     int exit_status = 0;
@@ -294,7 +292,7 @@ int finish_program(program_runner& program, const mobile_settings& config, run_r
             outcome = exit_failed;
         }
     }
-    report.show_state(config.state_dir, log_offset, started);
+    report.show_state(config.state_dir);
     if (!config.program_log.empty()) {
         report.line("program log: " + config.program_log);
     }
@@ -333,8 +331,7 @@ int main(int argc, char** argv)
         });
     }
     program_runner program;
-    const auto started = std::chrono::system_clock::now();
-    const size_t log_offset = report.log_size(config.state_dir);
+    report.note_state(config.state_dir);
     if (!config.run_binary.empty() && start_program(program, config, report) != 0) {
         return exit_could_not_run;
     }
@@ -347,7 +344,7 @@ int main(int argc, char** argv)
     int outcome = run_session(socket, config, inputs, report);
 
     if (!config.run_binary.empty()) {
-        outcome |= finish_program(program, config, report, log_offset, started);
+        outcome |= finish_program(program, config, report);
     }
     if (!config.capture_path.empty()) {
         if (inputs.capture.close() != 0) {
