@@ -191,7 +191,7 @@ int run_replay(phone_socket& socket, const mobile_settings& config, run_inputs& 
     if (!config.run_binary.empty()) {
         options.after_upload_reply = [&config, &upload_replies]() {
             return program_log_watch(config.program_log)
-                .wait_for(verification_queued_line, ++upload_replies, config.timeout_s * 1000);
+                .wait_for_count(verification_queued_line, ++upload_replies, config.timeout_s * 1000);
         };
     } else {
         report.line("the program was not started here: a query right after the upload reply may"
@@ -222,7 +222,7 @@ int run_session(phone_socket& socket, const mobile_settings& config, run_inputs&
         if (config.wait_for_verification &&
             reply.command == norvane::QAV_MNT_FWUPDATE_MBA_RESPONSE_CMD_SEND_FIRMWARE_UPGRADE_FILE &&
             program_log_watch(config.program_log)
-                    .wait_for(verification_queued_line, ++upload_replies, config.timeout_s * 1000) != 0) {
+                    .wait_for_count(verification_queued_line, ++upload_replies, config.timeout_s * 1000) != 0) {
             report.line("the program did not log that its verification is queued");
         }
     });

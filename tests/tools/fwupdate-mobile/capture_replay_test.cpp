@@ -3,7 +3,7 @@
 #include "capture_replay.h"
 
 #include "phone_socket.h"
-#include "hex_bytes.h"
+#include "mobile_packet.h"
 #include "temp_dir.h"
 
 #include <gtest/gtest.h>
@@ -20,18 +20,19 @@
 namespace norvane_test {
 namespace {
 
+using norvane_tools::from_hex;
 using norvane_tools::capture_replay;
 using norvane_tools::pcapng_packet;
 using norvane_tools::phone_socket;
 using norvane_tools::replay_options;
 namespace pcapng = norvane_tools::pcapng;
 
-const std::string upload = hex_bytes("00 01 00 00 00 01 00 00 00 12 00 00 00 00 00 04");
+const std::string upload = from_hex("00 01 00 00 00 01 00 00 00 12 00 00 00 00 00 04");
 const std::string body = "BODY";
-const std::string upload_reply = hex_bytes("00 01 00 00 00 01 00 00 80 12 00 00 00 00 00 00");
-const std::string query = hex_bytes("00 01 00 00 00 02 00 00 00 13 00 01 00 00 00 00");
-const std::string finished = hex_bytes("00 01 00 00 00 02 00 00 80 13 00 02 00 00 00 00");
-const std::string failed = hex_bytes("00 01 00 00 00 02 00 15 80 13 00 02 00 00 00 00");
+const std::string upload_reply = from_hex("00 01 00 00 00 01 00 00 80 12 00 00 00 00 00 00");
+const std::string query = from_hex("00 01 00 00 00 02 00 00 00 13 00 01 00 00 00 00");
+const std::string finished = from_hex("00 01 00 00 00 02 00 00 80 13 00 02 00 00 00 00");
+const std::string failed = from_hex("00 01 00 00 00 02 00 15 80 13 00 02 00 00 00 00");
 
 pcapng_packet phone(const std::string& bytes)
 {

@@ -3,7 +3,7 @@
 #include "pcapng_reader.h"
 
 #include "pcapng_writer.h"
-#include "hex_bytes.h"
+#include "mobile_packet.h"
 #include "temp_dir.h"
 
 #include <gtest/gtest.h>
@@ -13,6 +13,7 @@
 namespace norvane_test {
 namespace {
 
+using norvane_tools::from_hex;
 using norvane_tools::pcapng_reader;
 using norvane_tools::pcapng_writer;
 namespace pcapng = norvane_tools::pcapng;
@@ -47,7 +48,7 @@ TEST(pcapng_reader_test, reads_back_what_the_writer_wrote)
 
 TEST(pcapng_reader_test, reads_a_big_endian_capture_in_nanoseconds_and_skips_unknown_blocks)
 {
-    const std::string capture = hex_bytes(
+    const std::string capture = from_hex(
         // section header, big-endian, no options
         "0A 0D 0D 0A 00 00 00 1C 1A 2B 3C 4D 00 01 00 00 FF FF FF FF FF FF FF FF 00 00 00 1C"
         // interface: USER0, if_tsresol 9 (nanoseconds)
@@ -119,14 +120,14 @@ TEST(pcapng_reader_test, a_file_that_does_not_start_with_a_section_header_is_ref
 TEST(pcapng_reader_test, a_section_header_without_the_magic_is_refused)
 {
     pcapng_reader reader;
-    EXPECT_EQ(1, reader.read_bytes(hex_bytes(
+    EXPECT_EQ(1, reader.read_bytes(from_hex(
                      "0A 0D 0D 0A 1C 00 00 00 00 00 00 00 01 00 00 00 FF FF FF FF FF FF FF FF 1C 00 00 00")));
     EXPECT_EQ("block at offset 0: a section header without the byte-order magic", reader.last_error());
 }
 
 TEST(pcapng_reader_test, a_packet_of_an_undescribed_interface_is_refused)
 {
-    const std::string capture = hex_bytes(
+    const std::string capture = from_hex(
         "0A 0D 0D 0A 1C 00 00 00 4D 3C 2B 1A 01 00 00 00 FF FF FF FF FF FF FF FF 1C 00 00 00"
         " 06 00 00 00 20 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00"
         " 20 00 00 00");
@@ -137,7 +138,7 @@ TEST(pcapng_reader_test, a_packet_of_an_undescribed_interface_is_refused)
 
 TEST(pcapng_reader_test, captured_bytes_that_run_past_their_block_are_refused)
 {
-    const std::string capture = hex_bytes(
+    const std::string capture = from_hex(
         "0A 0D 0D 0A 1C 00 00 00 4D 3C 2B 1A 01 00 00 00 FF FF FF FF FF FF FF FF 1C 00 00 00"
         " 01 00 00 00 14 00 00 00 93 00 00 00 00 00 00 00 14 00 00 00"
         " 06 00 00 00 24 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 09 00 00 00 09 00 00 00"
@@ -150,7 +151,7 @@ TEST(pcapng_reader_test, captured_bytes_that_run_past_their_block_are_refused)
 
 TEST(pcapng_reader_test, an_option_that_runs_past_its_block_is_refused)
 {
-    const std::string capture = hex_bytes(
+    const std::string capture = from_hex(
         "0A 0D 0D 0A 1C 00 00 00 4D 3C 2B 1A 01 00 00 00 FF FF FF FF FF FF FF FF 1C 00 00 00"
         // interface whose if_name claims 9 bytes in a block that has 4 left
         " 01 00 00 00 1C 00 00 00 93 00 00 00 00 00 00 00 02 00 09 00 61 6F 61 00 1C 00 00 00");
@@ -161,7 +162,7 @@ TEST(pcapng_reader_test, an_option_that_runs_past_its_block_is_refused)
 
 TEST(pcapng_reader_test, a_time_resolution_beyond_64_bits_is_refused)
 {
-    const std::string capture = hex_bytes(
+    const std::string capture = from_hex(
         "0A 0D 0D 0A 1C 00 00 00 4D 3C 2B 1A 01 00 00 00 FF FF FF FF FF FF FF FF 1C 00 00 00"
         // if_tsresol 10^100
         " 01 00 00 00 20 00 00 00 93 00 00 00 00 00 00 00 09 00 01 00 64 00 00 00 00 00 00 00"

@@ -3,7 +3,6 @@
 #include "pcapng_writer.h"
 
 #include "mobile_packet.h"
-#include "hex_bytes.h"
 #include "temp_dir.h"
 
 #include <gtest/gtest.h>
@@ -13,6 +12,7 @@
 namespace norvane_test {
 namespace {
 
+using norvane_tools::from_hex;
 using norvane_tools::pcapng_writer;
 namespace pcapng = norvane_tools::pcapng;
 
@@ -31,7 +31,7 @@ TEST(pcapng_writer_test, open_writes_the_section_header_and_one_user0_interface_
     EXPECT_TRUE(writer.is_open());
     ASSERT_EQ(0, writer.close());
     EXPECT_FALSE(writer.is_open());
-    EXPECT_EQ(norvane_tools::to_hex(hex_bytes(section_header_hex) + hex_bytes(interface_hex)),
+    EXPECT_EQ(norvane_tools::to_hex(from_hex(section_header_hex) + from_hex(interface_hex)),
               norvane_tools::to_hex(read_file_bytes(dir.file("c.pcapng"))));
 }
 
@@ -40,16 +40,16 @@ TEST(pcapng_writer_test, packet_block_holds_time_sizes_padded_bytes_and_the_dire
     temp_dir dir;
     pcapng_writer writer;
     ASSERT_EQ(0, writer.open(dir.file("c.pcapng"), pcapng::link_type_user0, "aoa"));
-    const std::string packet = hex_bytes("00 01 00 00 00 01 00 00 00 12 00 00 00 00 00 10 41");
+    const std::string packet = from_hex("00 01 00 00 00 01 00 00 00 12 00 00 00 00 00 10 41");
     ASSERT_EQ(0, writer.write_packet(0x0006200012345678ull, packet.data(), packet.size(),
                                      pcapng::direction_outbound));
     ASSERT_EQ(0, writer.close());
-    const std::string expected_block = hex_bytes(
+    const std::string expected_block = from_hex(
         "06 00 00 00 40 00 00 00 00 00 00 00 00 20 06 00 78 56 34 12 11 00 00 00 11 00 00 00"
         " 00 01 00 00 00 01 00 00 00 12 00 00 00 00 00 10 41 00 00 00"
         " 02 00 04 00 02 00 00 00 00 00 00 00 40 00 00 00");
     const std::string written = read_file_bytes(dir.file("c.pcapng"));
-    const size_t headers = hex_bytes(section_header_hex).size() + hex_bytes(interface_hex).size();
+    const size_t headers = from_hex(section_header_hex).size() + from_hex(interface_hex).size();
     ASSERT_EQ(headers + expected_block.size(), written.size());
     EXPECT_EQ(norvane_tools::to_hex(expected_block), norvane_tools::to_hex(written.substr(headers)));
 }

@@ -3,7 +3,7 @@
 // accessory mode decode to exactly the expected fields.
 #include "command_output.h"
 #include "pcapng_writer.h"
-#include "hex_bytes.h"
+#include "mobile_packet.h"
 #include "temp_dir.h"
 
 #include <gtest/gtest.h>
@@ -17,6 +17,7 @@
 namespace norvane_test {
 namespace {
 
+using norvane_tools::from_hex;
 using norvane_tools::pcapng_writer;
 namespace pcapng = norvane_tools::pcapng;
 
@@ -113,7 +114,7 @@ void write_link_capture(const std::string& path, const std::vector<link_transfer
     ASSERT_EQ(0, writer.open(path, pcapng::link_type_user0, "aoa"));
     uint64_t time_us = 1700000000000000ull;
     for (const link_transfer& transfer : transfers) {
-        const std::string bytes = hex_bytes(transfer.hex);
+        const std::string bytes = from_hex(transfer.hex);
         ASSERT_EQ(0, writer.write_packet(time_us, bytes.data(), bytes.size(), transfer.direction));
         time_us += 1000;
     }
@@ -186,12 +187,12 @@ TEST(fwupdate_lua_test, names_of_commands_results_and_options_are_the_programs_e
 
 TEST(fwupdate_lua_test, captured_delivery_of_the_sample_package_decodes_to_its_exact_fields)
 {
-    // Recorded by fwupdate-mobile from the real program: handshake, upload
-    // header alone, the package in two transfers, upload reply, one poll,
-    // the confirmation.
+    // Recorded by fwupdate-mobile from the real program: the handshake
+    // (request id 0), the upload header alone, the package in two
+    // transfers, the upload reply, one poll, the confirmation.
     temp_dir dir;
-    EXPECT_EQ("1\t0\t1\t0x0013\t1\t0\t0\t\t\t\t2\n"
-              "2\t1\t1\t0x8013\t1\t0\t0\t\t\t1\t\n"
+    EXPECT_EQ("1\t0\t0\t0x0013\t1\t0\t0\t\t\t\t2\n"
+              "2\t1\t0\t0x8013\t1\t0\t0\t\t\t1\t\n"
               "3\t0\t1\t0x0012\t0\t0\t31614\t\t\t\t6\n"
               "4\t0\t\t\t\t\t\t0\t16384\t\t\n"
               "5\t0\t\t\t\t\t\t16384\t15230\t\t\n"
@@ -211,7 +212,7 @@ TEST(fwupdate_lua_test, usbmon_capture_of_a_phone_decodes_headers_bodies_and_pai
     const uint8_t phone_out = 0x02;    // and receives on its OUT endpoint
     const std::vector<usbmon_record> records = {
         {1, 'S', phone_in, 5, 16384, ""},
-        {1, 'C', phone_in, 5, 16, hex_bytes("00 01 00 00 00 01 00 00 00 12 00 00 00 00 00 28")},
+        {1, 'C', phone_in, 5, 16, from_hex("00 01 00 00 00 01 00 00 00 12 00 00 00 00 00 28")},
         {2, 'S', phone_in, 5, 16384, ""},
         {2, 'C', phone_in, 5, 24, std::string(24, 'P')},
         {3, 'S', phone_in, 7, 512, ""},
@@ -219,15 +220,15 @@ TEST(fwupdate_lua_test, usbmon_capture_of_a_phone_decodes_headers_bodies_and_pai
         {10, 'C', 0x83, 5, 24, std::string(24, 'A')},         // another interface of the phone
         {4, 'S', phone_in, 5, 16384, ""},
         {4, 'C', phone_in, 5, 16, std::string(16, 'K')},
-        {5, 'S', phone_out, 5, 16, hex_bytes("00 01 00 00 00 01 00 00 80 12 00 00 00 00 00 00")},
+        {5, 'S', phone_out, 5, 16, from_hex("00 01 00 00 00 01 00 00 80 12 00 00 00 00 00 00")},
         {5, 'C', phone_out, 5, 16, ""},
         {6, 'S', phone_in, 5, 16384, ""},
-        {6, 'C', phone_in, 5, 16, hex_bytes("00 01 00 00 00 02 00 00 00 13 00 01 00 00 00 00")},
-        {7, 'S', phone_out, 5, 16, hex_bytes("00 01 00 00 00 02 00 00 80 13 00 02 00 00 00 00")},
+        {6, 'C', phone_in, 5, 16, from_hex("00 01 00 00 00 02 00 00 00 13 00 01 00 00 00 00")},
+        {7, 'S', phone_out, 5, 16, from_hex("00 01 00 00 00 02 00 00 80 13 00 02 00 00 00 00")},
         {7, 'C', phone_out, 5, 16, ""},
         {8, 'S', phone_in, 5, 16384, ""},
-        {8, 'C', phone_in, 5, 16, hex_bytes("00 01 00 00 00 03 00 00 00 13 00 02 00 00 00 00")},
-        {9, 'S', phone_out, 5, 16, hex_bytes("00 01 00 00 00 03 00 00 80 13 00 02 00 00 00 00")},
+        {8, 'C', phone_in, 5, 16, from_hex("00 01 00 00 00 03 00 00 00 13 00 02 00 00 00 00")},
+        {9, 'S', phone_out, 5, 16, from_hex("00 01 00 00 00 03 00 00 80 13 00 02 00 00 00 00")},
         {9, 'C', phone_out, 5, 16, ""},
     };
     write_usbmon_capture(dir.file("usbmon.pcapng"), records);
@@ -246,7 +247,7 @@ TEST(fwupdate_lua_test, usbmon_bulk_data_of_other_protocols_is_left_alone)
 {
     temp_dir dir;
     write_usbmon_capture(dir.file("usbmon.pcapng"),
-                         {{1, 'C', 0x81, 3, 31, hex_bytes("55 53 42 53 01 00 00 00 00 00 00 00 00 00 00 00"
+                         {{1, 'C', 0x81, 3, 31, from_hex("55 53 42 53 01 00 00 00 00 00 00 00 00 00 00 00"
                                                          " 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00")},
                           {2, 'S', 0x02, 3, 16, std::string(16, '\0')}});
     EXPECT_EQ("", decode(dir, dir.file("usbmon.pcapng"), header_fields));
