@@ -181,11 +181,11 @@ TEST_F(fwupdate_mobile_test, failed_delivery_is_status_1)
 
 TEST_F(fwupdate_mobile_test, replay_with_a_changed_reply_prints_the_difference_with_status_1)
 {
-    // The sample's delivery recorded, opened by a readiness query as the
-    // kept captures are, with the confirmation's reply changed to an error.
+    // The sample's delivery recorded, opened by the readiness handshake as
+    // the kept captures are, with the confirmation's reply changed to an
+    // error.
     const std::string zip = sample_package();
-    ASSERT_EQ(0, mobile(run_option() + "--capture '" + dir_.file("c.pcapng") + "' status 1 deliver '" + zip +
-                        "'").status);
+    ASSERT_EQ(0, mobile(run_option() + "--capture '" + dir_.file("c.pcapng") + "' deliver '" + zip + "'").status);
     pcapng_reader reader;
     ASSERT_EQ(0, reader.read_file(dir_.file("c.pcapng")));
     norvane_tools::pcapng_writer writer;
