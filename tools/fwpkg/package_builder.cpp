@@ -17,8 +17,7 @@
 #include <fstream>
 #include <map>
 #include <sstream>
-#include <fcntl.h>
-#include <sys/stat.h>
+#include <utime.h>
 
 namespace norvane_tools {
 
@@ -242,8 +241,8 @@ int settle_entry(const fs::path& path, std::string& error)
     std::error_code failure;
     fs::permissions(path, fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read |
                               fs::perms::others_read, failure);
-    const timespec times[2] = {{entry_time, 0}, {entry_time, 0}};
-    if (failure || ::utimensat(AT_FDCWD, path.c_str(), times, 0) != 0) {
+    const utimbuf times{entry_time, entry_time};
+    if (failure || ::utime(path.c_str(), &times) != 0) {
         error = "cannot set the time and permissions of " + path.filename().string();
         return 1;
     }
