@@ -112,6 +112,20 @@ TEST_F(captures_test, unknown_command_replays_as_recorded)
     EXPECT_NE(std::string::npos, program_log_text().find("recv unknown command. cmd[0x0099]"));
 }
 
+TEST_F(captures_test, every_capture_opens_with_the_readiness_handshake)
+{
+    // The status query with option 1 and request id 0, and the device's
+    // answer that it takes package data; a replay sends it first and waits
+    // for that answer as recorded.
+    ASSERT_EQ(5u, capture_names(captures).size());
+    for (const std::string& name : capture_names(captures)) {
+        const std::string transfers = transfers_of(captures + "/" + name);
+        EXPECT_EQ(0u, transfers.find("phone  00 01 00 00 00 00 00 00 00 13 00 01 00 00 00 00\n"
+                                     "device 00 01 00 00 00 00 00 00 80 13 00 01 00 00 00 00\n"))
+            << name << "\n" << transfers.substr(0, 200);
+    }
+}
+
 TEST_F(captures_test, recording_again_gives_the_same_transfers)
 {
     const std::string again = dir_.file("again");

@@ -165,6 +165,22 @@ TEST_F(fwupdate_mobile_test, delivered_package_is_status_0_and_every_transfer_is
     EXPECT_EQ(replies, reply_lines(result.out));
 }
 
+TEST_F(fwupdate_mobile_test, record_an_earlier_run_wrote_is_not_marked_as_the_next_runs)
+{
+    // The second run starts within a second of the record the first wrote,
+    // and fails before it could write anything.
+    const std::string record_line = "\n  FIRMWARE_VERSION_DEVICE = \"1.0.0\" (6 bytes)";
+    const command_output delivered = mobile(run_option() + "deliver '" + sample_package() + "'");
+    EXPECT_EQ(0, delivered.status) << delivered.out;
+    EXPECT_NE(std::string::npos, delivered.out.find(record_line + "  <- written by this run\n")) << delivered.out;
+
+    const command_output refused = mobile(run_option() + "status 7");
+    EXPECT_NE(std::string::npos, refused.out.find("status: finished, result 21 error in firmware file\n"))
+        << refused.out;
+    EXPECT_NE(std::string::npos, refused.out.find(record_line + "\n")) << refused.out;
+    EXPECT_EQ(std::string::npos, refused.out.find("<- written by this run")) << refused.out;
+}
+
 TEST_F(fwupdate_mobile_test, failed_delivery_is_status_1)
 {
     // The first poll waits for the verification, so the failure is its answer.
