@@ -1,6 +1,6 @@
 // fwpkg's command line as scripts rely on it: help on standard output,
 // every usage error named, and the exit statuses its help documents.
-#include "command_run.h"
+#include "command_output.h"
 #include "temp_dir.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 // fwpkg's signing: key pairs, signed builds that standard tools (sha256sum,
 // openssl) verify, and check and show with a trust folder, run as a release
 // engineer would on real folders and zips.
-#include "command_run.h"
+#include "command_output.h"
 #include "temp_dir.h"
 #include "test_signer.h"
 

@@ -6,7 +6,7 @@
 
 #include "bsd_sum.h"
 #include "bsd_sum_collision.h"
-#include "command_run.h"
+#include "command_output.h"
 #include "delivery_replies.h"
 #include "test_signer.h"
 
@@ -361,18 +361,6 @@ TEST_F(signed_delivery_test, simulator_passes_its_trust_folder_to_the_program)
     const std::string log = read_file_bytes(dir_.file("mobile-program.log"));
     EXPECT_NE(std::string::npos, log.find("[IMP] verify(): ##### Success End Verify process.\n")) << log;
     EXPECT_EQ(std::string::npos, log.find("Signature check")) << log;
-}
-
-TEST_F(signed_delivery_test, simulator_usage_names_the_trust_folder_option)
-{
-    const command_output missing_value = run_command(std::string(FWUPDATE_MOBILE_BINARY) + " --trust-dir");
-    EXPECT_EQ(2, missing_value.status);
-    EXPECT_NE(std::string::npos, missing_value.err.find("fwupdate-mobile: bad or missing value for --trust-dir\n"))
-        << missing_value.err;
-    EXPECT_NE(std::string::npos,
-              missing_value.err.find("  --trust-dir DIR       the program's FWUPDATE_TRUST_DIR, its folder of "
-                                     "trusted signing keys\n"))
-        << missing_value.err;
 }
 
 }  // namespace

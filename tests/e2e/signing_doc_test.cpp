@@ -1,7 +1,7 @@
 // The worked example of docs/signing.md, run as written: the commands between
 // its markers, in order, with fwpkg on PATH, in a fresh folder that has the
 // repository's samples. The document cannot drift from what the tools do.
-#include "command_run.h"
+#include "command_output.h"
 #include "temp_dir.h"
 
 #include <gtest/gtest.h>

@@ -15,11 +15,13 @@
 #include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <map>
 #include <sstream>
 #include <sys/wait.h>
+#include <utime.h>
 
 namespace norvane_tools {
 
@@ -233,11 +235,36 @@ int write_description(const build_request& request, const std::vector<folder_fil
     return bad;
 }
 
-int zip_folder(const std::string& staging, const std::string& output, std::string& error)
+// Every entry gets the same permissions and modification time, and the
+// entries go into the zip in a fixed order, so that the same folder always
+// gives the same package bytes: on any machine, in any time zone, under any
+// umask, whenever the files were copied.
+constexpr time_t entry_time = 315532800;   // 1980-01-01 00:00:00 UTC, the zip format's first day
+
+int settle_entry(const fs::path& path, std::string& error)
+{
+    std::error_code failure;
+    fs::permissions(path, fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read |
+                              fs::perms::others_read, failure);
+    const utimbuf times{entry_time, entry_time};
+    if (failure || ::utime(path.c_str(), &times) != 0) {
+        error = "cannot set the time and permissions of " + path.filename().string();
+        return 1;
+    }
+    return 0;
+}
+
+// Zips the entries in the order given (the description first, then the files
+// by name, then the signature files). zip stores local time, so it runs in UTC.
+int zip_entries(const std::string& staging, const std::vector<std::string>& entries,
+                const std::string& output, std::string& error)
 {
     std::error_code ignored;
     fs::remove(output, ignored);
-    const std::string command = "cd '" + staging + "' && zip -q -X -r '" + output + "' .";
+    std::string command = "cd '" + staging + "' && TZ=UTC zip -q -X '" + output + "'";
+    for (const std::string& entry : entries) {
+        command += " '" + entry + "'";
+    }
     const int status = std::system(command.c_str());
     if (status == -1 || (WIFEXITED(status) && WEXITSTATUS(status) == 127)) {
         error = "the zip tool could not be run: " + command;
@@ -306,16 +333,34 @@ int build_package(const build_request& request, std::string& error, std::string&
             result = EXIT_CANNOT_RUN;
             break;
         }
+        if (settle_entry(fs::path(staging) / file.name, error) != 0) {
+            result = EXIT_CANNOT_RUN;
+            break;
+        }
     }
     if (result == EXIT_DONE) {
         std::ofstream(fs::path(staging) / description_name, std::ios::binary) << xml;
-        if (!request.signing_key.empty()) {
-            result = signer.sign_folder(staging, error) == 0 ? EXIT_DONE : EXIT_REFUSED;
+        result = settle_entry(fs::path(staging) / description_name, error) == 0 ? EXIT_DONE : EXIT_CANNOT_RUN;
+    }
+    std::vector<std::string> entries{description_name};
+    for (const folder_file& file : files) {
+        entries.push_back(file.name);
+    }
+    if (result == EXIT_DONE && !request.signing_key.empty()) {
+        result = signer.sign_folder(staging, error) == 0 ? EXIT_DONE : EXIT_REFUSED;
+        for (const char* name : {qav_mnt_fwupdate_lib_verify_signature::MANIFEST_NAME,
+                                 qav_mnt_fwupdate_lib_verify_signature::SIGNATURE_NAME}) {
+            if (result == EXIT_DONE) {
+                result = settle_entry(fs::path(staging) / name, error) == 0 ? EXIT_DONE : EXIT_CANNOT_RUN;
+                entries.push_back(name);
+            }
+        }
+        if (result == EXIT_DONE) {
             out += "signed by the key with fingerprint " + signer.fingerprint() + "\n";
         }
     }
     if (result == EXIT_DONE) {
-        result = zip_folder(staging, fs::absolute(request.output).string(), error);
+        result = zip_entries(staging, entries, fs::absolute(request.output).string(), error);
     }
     std::error_code ignored;
     fs::remove_all(staging, ignored);

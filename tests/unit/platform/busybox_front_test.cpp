@@ -2,16 +2,14 @@
 // use: "busybox sum" prints, reports and exits exactly as coreutils sum does
 // for the same files, and every other applet reaches the real busybox.
 #include "bsd_sum.h"
+#include "command_output.h"
 #include "temp_dir.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <string>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace {
 
@@ -32,19 +30,8 @@ std::ostream& operator<<(std::ostream& out, const command_result& result)
 
 command_result run(const std::string& command)
 {
-    command_result result{"", -1};
-    FILE* pipe = ::popen(command.c_str(), "r");
-    if (pipe == nullptr) {
-        return result;
-    }
-    char buffer[4096];
-    size_t got;
-    while ((got = std::fread(buffer, 1, sizeof buffer, pipe)) > 0) {
-        result.output.append(buffer, got);
-    }
-    int status = ::pclose(pipe);
-    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return result;
+    const norvane_test::command_output result = norvane_test::run_command(command);
+    return command_result{result.out, result.status};
 }
 
 // The front and coreutils sum with the same arguments (already quoted for
