@@ -3,6 +3,9 @@
 // the run's result.
 #include "qav_mnt_fwupdate_facade.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include "qav_mnt_fwupdate_ctrl_exec_mode.h"
 #include "qav_mnt_fwupdate_lib_log.h"
 
@@ -22,14 +25,37 @@ int qav_mnt_fwupdate_facade::execute()
 
 }  // namespace norvane
 
+namespace {
+
+// The program's children must never wait on or read the standard input the
+// program was started with: the unzip tool's overwrite prompt would wait on
+// it, and a checksum command without its path would sum it. So it is
+// /dev/null before the run starts any child.
+int detach_standard_input_()
+{
+    int null_fd = ::open("/dev/null", O_RDONLY);
+    if (null_fd < 0) {
+        norvane::qav_mnt_fwupdate_log_err("main", "Failed to open /dev/null as standard input.\n");
+        return 1;
+    }
+    if (null_fd != STDIN_FILENO) {
+        // Cannot fail: both descriptors are valid.
+        ::dup2(null_fd, STDIN_FILENO);
+        ::close(null_fd);
+    }
+    return 0;
+}
+
+}  // namespace
+
 int main(int /*argc*/, char* /*argv*/[])
 {
     norvane::qav_mnt_fwupdate_log_imp("main", "QAV_MNT FWUPDATE Start\n");
-    int ret = 0;
-    {
+    int ret = detach_standard_input_();
+    if (ret == 0) {
         norvane::qav_mnt_fwupdate_facade facade;
         ret = facade.execute();
-        norvane::qav_mnt_fwupdate_log_imp("main", "QAV_MNT FWUPDATE Finish %d\n", ret);
     }
+    norvane::qav_mnt_fwupdate_log_imp("main", "QAV_MNT FWUPDATE Finish %d\n", ret);
     return ret;
 }

@@ -39,6 +39,10 @@ public:
                                 unsigned long size);
     // Always returns 0, whether or not the folder could be made.
     int create_dir(const std::string& dir_path);
+    // Name, size and checksum of the entry entry_name of a folder, into
+    // info. Failures are logged under the caller's operation name.
+    int get_entry_info(const std::string& folder_path, const char* entry_name,
+                       const char* operation, verify_file_info& info);
     // Declared for the interface; never defined nor used.
     int clear_unzip_folder(const std::string& unzip_folder_path);
 
@@ -57,6 +61,7 @@ public:
 
 private:
     int check_safe_path_(const std::string& file_path);
+    char* alloc_command_(size_t command_size);
     int run_check_sum_command_(const char* command, char* check_sum);
     int write_record_(char* data, unsigned long offset, unsigned long size);
     int close_record_();
