@@ -729,25 +729,38 @@ TEST_F(write_non_volatile_area_test, OpenFaultFailsWithoutWriting)
     EXPECT_FALSE(path_exists(record_path("FIRMWARE_VERSION_DEVICE")));
 }
 
-TEST_F(write_non_volatile_area_test, WriteFaultStillClosesTheRecord)
+// The record the writes below find in place.
+void write_previous_record()
 {
+    qav_mnt_fwupdate_lib_util util;
+    char name[] = "FIRMWARE_VERSION_DEVICE";
+    char previous[] = "0.9";
+    ASSERT_EQ(util.write_non_volatile_area(name, previous, 0, 4), 0);
+}
+
+TEST_F(write_non_volatile_area_test, WriteFaultStillClosesAndKeepsThePreviousRecord)
+{
+    write_previous_record();
     scoped_env faults("FWUPDATE_FAULTS", "flwrite");
     qav_mnt_fwupdate_lib_util util;
     char name[] = "FIRMWARE_VERSION_DEVICE";
     char data[] = "1.0";
     testing::internal::CaptureStderr();
     EXPECT_EQ(util.write_non_volatile_area(name, data, 0, 4), 1);
+    // The library refuses to close a record whose write failed into place.
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              "[ERR] write_non_volatile_area(): Failed to write. write_ret=[0x00000001]\n");
+              "[ERR] write_non_volatile_area(): Failed to write. write_ret=[0x00000001]\n"
+              "[ERR] write_non_volatile_area(): Failed to close. close_ret=[0x00000001]\n");
     EXPECT_EQ(service_log(), "flwrite fault\n");
-    EXPECT_EQ(read_file_bytes(record_path("FIRMWARE_VERSION_DEVICE")), "");
+    EXPECT_EQ(read_file_bytes(record_path("FIRMWARE_VERSION_DEVICE")), std::string("0.9\0", 4));
     // Nothing is left open: a further close finds no record.
     unsigned long checksum = 0;
     EXPECT_NE(osl_mdev_upd_fwup_flclose(0, &checksum), 0);
 }
 
-TEST_F(write_non_volatile_area_test, CloseFaultFailsAfterTheBytesWereWritten)
+TEST_F(write_non_volatile_area_test, CloseFaultFailsAndKeepsThePreviousRecord)
 {
+    write_previous_record();
     scoped_env faults("FWUPDATE_FAULTS", "flclose");
     qav_mnt_fwupdate_lib_util util;
     char name[] = "FIRMWARE_VERSION_DEVICE";
@@ -757,7 +770,7 @@ TEST_F(write_non_volatile_area_test, CloseFaultFailsAfterTheBytesWereWritten)
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "[ERR] write_non_volatile_area(): Failed to close. close_ret=[0x00000001]\n");
     EXPECT_EQ(service_log(), "flclose fault\n");
-    EXPECT_EQ(read_file_bytes(record_path("FIRMWARE_VERSION_DEVICE")), std::string("1.0\0", 4));
+    EXPECT_EQ(read_file_bytes(record_path("FIRMWARE_VERSION_DEVICE")), std::string("0.9\0", 4));
 }
 
 TEST_F(write_non_volatile_area_test, WriteAndCloseFaultsAreBothReported)
