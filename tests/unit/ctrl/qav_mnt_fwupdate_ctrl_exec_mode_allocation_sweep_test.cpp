@@ -3,12 +3,16 @@
 // copies, the checksum commands and the description parsing all take platform
 // blocks. A clean delivery counts them; then, for every i, allocation i
 // fails, and the run must end with one of the outcomes the controller is
-// specified to reach for it, without a crash and with every block returned:
+// designed to reach for it, without a crash and with every block returned.
+// Every run either verifies every declared file or fails:
 // - the chunk of the header-only transfer lost: it holds only the link's
-//   16 bytes of slack, so the delivery succeeds;
-// - a later chunk lost or a failed step of the verification: the upload reply
-//   says 0, the first status query gets "finished, error in firmware file"
-//   (21), dlfinish(1), execute returns 0;
+//   16 bytes of slack, so the delivery succeeds, both files verified;
+// - a checksum of the diagnostic folder dump lost: only the dump is cut
+//   short, the delivery succeeds, both files verified;
+// - a later chunk lost or a failed step of the verification (a record or
+//   list node of the description included): the upload reply says 0, the
+//   first status query gets "finished, error in firmware file" (21),
+//   dlfinish(1), execute returns 0;
 // - the last chunk lost: the upload reply still says 0, the run ends with
 //   "Unknown Package version", dlfinish(1), execute returns 1.
 #include "qav_mnt_fwupdate_ctrl_exec_mode.h"
@@ -59,37 +63,60 @@ const std::string FINISHED_OK_2 = header_(2, 0, 0x8013, 2, 0);
 const std::string FINISHED_OK_3 = header_(3, 0, 0x8013, 2, 0);
 const std::string FINISHED_FW_ERROR_2 = header_(2, 21, 0x8013, 2, 0);
 
-// A real zip of two files and their truthful description.
-std::string sample_package_()
+// The two files of the package, as the verification lists them.
+struct package_file {
+    std::string name;
+    std::string bytes;
+};
+
+// The files of the sample package: bytes that do not compress, so that the
+// package spans several chunks, and a short text.
+std::vector<package_file> sample_files_()
 {
-    // Bytes that do not compress, so that the package spans several chunks.
     std::string main_bin;
     uint32_t state = 20261122;
     for (int i = 0; i < 3000; ++i) {
         state = state * 1103515245u + 12345u;
         main_bin += static_cast<char>((state >> 16) & 0xFF);
     }
-    const std::string notes = "firmware notes\n";
+    return {{"main.bin", main_bin}, {"notes.txt", "firmware notes\n"}};
+}
+
+// A real zip of the files and their truthful description.
+std::string sample_package_()
+{
     std::string xml = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<firmware_package>\n"
                       "  <package_version>1.2.3</package_version>\n"
                       "  <download_information>\n    <type>MAIN</type>\n";
-    for (const auto& file : {std::make_pair(std::string("main.bin"), main_bin),
-                             std::make_pair(std::string("notes.txt"), notes)}) {
-        xml += "    <data_information>\n      <filename>" + file.first +
-               "</filename>\n      <checksum>" + norvane_test::bsd_sum_text(file.second) +
-               "</checksum>\n      <size>" + std::to_string(file.second.size()) +
+    norvane_test::temp_dir dir;
+    for (const package_file& file : sample_files_()) {
+        xml += "    <data_information>\n      <filename>" + file.name +
+               "</filename>\n      <checksum>" + norvane_test::bsd_sum_text(file.bytes) +
+               "</checksum>\n      <size>" + std::to_string(file.bytes.size()) +
                "</size>\n    </data_information>\n";
+        dir.write_file(file.name, file.bytes);
     }
     xml += "  </download_information>\n"
            "  <package_type>DEVICE_FIRMWARE</package_type>\n</firmware_package>\n";
-    norvane_test::temp_dir dir;
     dir.write_file("FW_package.xml", xml);
-    dir.write_file("main.bin", main_bin);
-    dir.write_file("notes.txt", notes);
     const std::string command =
         "cd " + dir.path() + " && zip -q -X package.zip FW_package.xml main.bin notes.txt";
     EXPECT_EQ(0, std::system(command.c_str()));
     return norvane_test::read_file_bytes(dir.file("package.zip"));
+}
+
+// How often the log lists the file with its true size and checksum among the
+// lists it compared: twice (declared and found) when the file was verified.
+int times_listed_(const std::string& log, const package_file& file)
+{
+    const std::string line = "[INF] dsp_verify_list(): verify_xml_list file_name:[" + file.name +
+                             "] file_size:[" + std::to_string(file.bytes.size()) +
+                             "] check_sum:[" + norvane_test::bsd_sum_text(file.bytes) + "]\n";
+    int count = 0;
+    for (size_t at = log.find(line); at != std::string::npos; at = log.find(line, at + 1)) {
+        ++count;
+    }
+    return count;
 }
 
 // What one delivery produced.
@@ -218,13 +245,16 @@ TEST_F(ctrl_exec_mode_allocation_sweep_test, clean_delivery_succeeds_and_returns
     EXPECT_EQ((std::vector<std::string>{UPLOAD_OK, FINISHED_OK_2, FINISHED_OK_3}), clean.replies);
     EXPECT_TRUE(contains_(clean.log, "[IMP] finalize_(): osl_mdev_upd_fwup_dlfinish os_ret[0] "
                                      "result[0] exec_state[5]\n"));
+    for (const package_file& file : sample_files_()) {
+        EXPECT_EQ(2, times_listed_(clean.log, file)) << file.name;
+    }
     EXPECT_GT(fake_os_wrapper::allocations(), 0);
     EXPECT_EQ(0, fake_os_wrapper::blocks_outstanding());
     EXPECT_EQ(0, fake_os_wrapper::foreign_frees());
     EXPECT_EQ(0, fake_os_wrapper::frees_with_pool());
 }
 
-TEST_F(ctrl_exec_mode_allocation_sweep_test, every_failed_allocation_ends_with_a_specified_outcome)
+TEST_F(ctrl_exec_mode_allocation_sweep_test, every_failed_allocation_verifies_every_file_or_fails)
 {
     const std::vector<int> construction = construction_sizes_();
     ASSERT_FALSE(construction.empty());
@@ -283,12 +313,14 @@ TEST_F(ctrl_exec_mode_allocation_sweep_test, every_failed_allocation_ends_with_a
             EXPECT_TRUE(contains_(run.log, "[IMP] verify(): ##### Faild Verify process.\n"));
         }
         if (run.replies.size() == 3) {
-            // The allocation did not matter: the slack chunk, a checksum of
-            // the diagnostic dump, or a declaration's list node, whose loss
-            // goes undetected by design (docs/robustness.md).
+            // The allocation did not matter: the slack chunk or a checksum of
+            // the diagnostic dump. Both files were still verified.
             EXPECT_TRUE(i == 1 || i > chunks);
             ASSERT_FALSE(run.update_calls.empty());
             EXPECT_EQ("dlfinish 0", run.update_calls.back());
+            for (const package_file& file : sample_files_()) {
+                EXPECT_EQ(2, times_listed_(run.log, file)) << file.name;
+            }
         } else {
             EXPECT_EQ((std::vector<std::string>{"dlstart", "dlfinish 1"}), run.update_calls);
         }
