@@ -5,11 +5,16 @@
 #include <atomic>
 #include <chrono>
 #include <cstring>
+#include <future>
+#include <memory>
 #include <thread>
 
 #include "osw_os_wrapper.h"
+#include "thread_probe.h"
 
 namespace {
+
+const int WAIT_MS = 20000;
 
 struct message {
     int id;
@@ -22,6 +27,48 @@ message make_message_(int id, const char* text)
     m.id = id;
     std::strncpy(m.text, text, sizeof(m.text) - 1);
     return m;
+}
+
+// One call made on a thread of its own: the thread's id, published just
+// before the call, and the call's result (-1 until it returns). Shared, so
+// that a thread left stuck in a failed test touches nothing of the test's.
+struct blocking_call {
+    std::atomic<pid_t> tid{0};
+    std::atomic<int> result{-1};
+};
+
+// Lets a thread go at the end of a test that failed before joining it, so
+// that the failure ends the test instead of the whole program.
+class detach_if_left {
+public:
+    explicit detach_if_left(std::thread& thread) : thread_(thread) {}
+    ~detach_if_left()
+    {
+        if (thread_.joinable()) {
+            thread_.detach();
+        }
+    }
+    detach_if_left(const detach_if_left&) = delete;
+    detach_if_left& operator=(const detach_if_left&) = delete;
+
+private:
+    std::thread& thread_;
+};
+
+// Destroys the queue on a thread of its own and waits for that to end. A
+// destructor that never returns fails the test instead of hanging it; the
+// threads stuck in the queue are then left to the end of the process.
+bool destroy_in_time_(OSW_Message_Queue* queue)
+{
+    std::packaged_task<void()> destroy([queue] { delete queue; });
+    std::future<void> destroyed = destroy.get_future();
+    std::thread destroyer(std::move(destroy));
+    if (destroyed.wait_for(std::chrono::milliseconds(WAIT_MS)) != std::future_status::ready) {
+        destroyer.detach();
+        return false;
+    }
+    destroyer.join();
+    return true;
 }
 
 }  // namespace
@@ -137,6 +184,54 @@ TEST(osw_message_queue_contract, many_messages_between_two_threads_arrive_comple
         ASSERT_EQ(expected, out);
     }
     sender.join();
+}
+
+TEST(osw_message_queue_contract, destroying_a_queue_releases_a_sender_blocked_on_it_with_an_error)
+{
+    OSW_Message_Queue* queue = new OSW_Message_Queue(1, sizeof(int), 0);
+    int first = 1;
+    ASSERT_EQ(0, queue->send(&first, sizeof(first), OSW_WAIT_FOREVER, 0));
+    auto call = std::make_shared<blocking_call>();
+    std::thread sender([call, queue] {
+        int second = 2;
+        call->tid = norvane_test::current_thread_id();
+        call->result = queue->send(&second, sizeof(second), OSW_WAIT_FOREVER, 0);
+    });
+    detach_if_left sender_guard(sender);
+    ASSERT_TRUE(norvane_test::wait_until_asleep(call->tid, WAIT_MS));
+    EXPECT_EQ(-1, call->result.load());
+
+    ASSERT_TRUE(destroy_in_time_(queue));
+    sender.join();
+    EXPECT_NE(0, call->result.load());
+    EXPECT_NE(-1, call->result.load());
+}
+
+TEST(osw_message_queue_contract, destroying_a_queue_releases_a_receiver_blocked_on_it_with_an_error)
+{
+    OSW_Message_Queue* queue = new OSW_Message_Queue(2, sizeof(int), 0);
+    auto call = std::make_shared<blocking_call>();
+    std::thread receiver([call, queue] {
+        int out = 0;
+        call->tid = norvane_test::current_thread_id();
+        call->result = queue->receive(&out, sizeof(out), OSW_WAIT_FOREVER);
+    });
+    detach_if_left receiver_guard(receiver);
+    ASSERT_TRUE(norvane_test::wait_until_asleep(call->tid, WAIT_MS));
+    EXPECT_EQ(-1, call->result.load());
+
+    ASSERT_TRUE(destroy_in_time_(queue));
+    receiver.join();
+    EXPECT_NE(0, call->result.load());
+    EXPECT_NE(-1, call->result.load());
+}
+
+TEST(osw_message_queue_contract, destroying_a_queue_with_messages_and_no_caller_returns_at_once)
+{
+    OSW_Message_Queue* queue = new OSW_Message_Queue(2, sizeof(int), 0);
+    int value = 5;
+    ASSERT_EQ(0, queue->send(&value, sizeof(value), 0, 0));
+    EXPECT_TRUE(destroy_in_time_(queue));
 }
 
 TEST(osw_mutex_semaphore_contract, a_held_mutex_refuses_a_second_request_until_released)
