@@ -10,6 +10,12 @@
 // The receiver operations run on the accessory library's thread; they only
 // allocate, copy and queue. Each package chunk crosses the queue as a
 // platform heap block that the main thread frees.
+//
+// Ending: the destructor first makes the receiver operations drop whatever
+// still comes, frees the chunks still queued (which lets a callback blocked
+// on a full queue finish), detaches from the link (waiting for a callback in
+// progress), frees what that callback queued, and only then deletes the
+// queue. No callback can reach the controller or its queue afterwards.
 #ifndef NORVANE_QAV_MNT_FWUPDATE_CTRL_EXEC_MODE_H
 #define NORVANE_QAV_MNT_FWUPDATE_CTRL_EXEC_MODE_H
 
@@ -91,6 +97,8 @@ private:
     // Writes one buffer to the package file; kept for the interface, unused.
     int write_fw_package_(int size, char* data);
 
+    void drain_que_();
+    bool closing_now_() const;
     int record_package_version_();
     int report_finish_(int result);
     QAV_MNT_FWUPDATE_EXEC_STATE current_state_() const;
@@ -103,6 +111,7 @@ private:
     FILE* fp_;
     std::string package_version_;
     UTL_LIB_XML_VEXA_PACKAGE_TYPE_ package_type_;
+    bool closing_;  // set by the destructor; read unlocked by the callback thread
 };
 
 }  // namespace norvane
