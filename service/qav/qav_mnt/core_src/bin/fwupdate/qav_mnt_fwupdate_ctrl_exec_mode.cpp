@@ -317,7 +317,9 @@ int qav_mnt_fwupdate_ctrl_exec_mode::download_fw_package_(
         _QAV_MNT_FWUPDATE_MSG_BLK_ msg_blk;
         std::memset(&msg_blk, 0, sizeof(msg_blk));
         msg_blk.msg_id = QAV_MNT_FWUPDATE_MSG_ID_VERIFY_FW_FILES;
-        ret = send_que_(msg_blk);
+        // The main thread is the queue's only reader: waiting for room here
+        // would wait for ever when a phone has filled the queue meanwhile.
+        ret = send_que_(msg_blk, 0);
         if (ret == 0) {
             change_exec_state_(QAV_MNT_FWUPDATE_EXEC_STATE_VERIFY);
             return 0;
@@ -438,9 +440,10 @@ int qav_mnt_fwupdate_ctrl_exec_mode::send_download_result_()
     return ret;
 }
 
-int qav_mnt_fwupdate_ctrl_exec_mode::send_que_(const _QAV_MNT_FWUPDATE_MSG_BLK_& msg_blk)
+int qav_mnt_fwupdate_ctrl_exec_mode::send_que_(const _QAV_MNT_FWUPDATE_MSG_BLK_& msg_blk,
+                                               unsigned int timeout)
 {
-    int zulret = msg_queue_->send(&msg_blk, sizeof(msg_blk), OSW_WAIT_FOREVER, 0);
+    int zulret = msg_queue_->send(&msg_blk, sizeof(msg_blk), timeout, 0);
     if (zulret != 0) {
         qav_mnt_fwupdate_log_err(__func__, "OSW_Message_Queue::send(). zulret[%d] msgid[%d]\n",
                                  zulret, static_cast<int>(msg_blk.msg_id));

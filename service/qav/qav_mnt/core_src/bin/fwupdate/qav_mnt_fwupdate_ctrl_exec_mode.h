@@ -90,7 +90,10 @@ private:
     int recv_unknown_cmd_(const _QAV_MNT_FWUPDATE_RECV_UNKNOWN_CMD_& info);
     int finish_downloading_();
     int send_download_result_();
-    int send_que_(const _QAV_MNT_FWUPDATE_MSG_BLK_& msg_blk);
+    // Callbacks wait for room without limit; the main thread, which alone
+    // empties the queue, never waits on it (timeout 0).
+    int send_que_(const _QAV_MNT_FWUPDATE_MSG_BLK_& msg_blk,
+                  unsigned int timeout = OSW_WAIT_FOREVER);
     int wait_que_(_QAV_MNT_FWUPDATE_MSG_BLK_& msg_blk);
     int change_exec_state_(QAV_MNT_FWUPDATE_EXEC_STATE new_state);
     int set_process_err_(QAV_MNT_FWUPDATE_PROCESS_ERROR_TYPE type);
