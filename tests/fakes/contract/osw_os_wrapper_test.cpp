@@ -5,6 +5,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstring>
+#include <functional>
 #include <future>
 #include <memory>
 #include <thread>
@@ -29,31 +30,31 @@ message make_message_(int id, const char* text)
     return m;
 }
 
-// One call made on a thread of its own: the thread's id, published just
-// before the call, and the call's result (-1 until it returns). Shared, so
-// that a thread left stuck in a failed test touches nothing of the test's.
-struct blocking_call {
+// One call made on a thread of its own, which publishes its id just before
+// the call. The test waits for the call's result with a limit, so a call
+// that never returns fails the test instead of hanging it; its thread is
+// then left to the end of the process, and owns what it touches.
+struct call_on_a_thread {
     std::atomic<pid_t> tid{0};
-    std::atomic<int> result{-1};
+    std::future<int> result;
 };
 
-// Lets a thread go at the end of a test that failed before joining it, so
-// that the failure ends the test instead of the whole program.
-class detach_if_left {
-public:
-    explicit detach_if_left(std::thread& thread) : thread_(thread) {}
-    ~detach_if_left()
-    {
-        if (thread_.joinable()) {
-            thread_.detach();
-        }
-    }
-    detach_if_left(const detach_if_left&) = delete;
-    detach_if_left& operator=(const detach_if_left&) = delete;
+std::shared_ptr<call_on_a_thread> start_call_(std::function<int()> call)
+{
+    auto state = std::make_shared<call_on_a_thread>();
+    std::packaged_task<int()> task([state, call] {
+        state->tid = norvane_test::current_thread_id();
+        return call();
+    });
+    state->result = task.get_future();
+    std::thread(std::move(task)).detach();
+    return state;
+}
 
-private:
-    std::thread& thread_;
-};
+bool returned_in_time_(call_on_a_thread& call)
+{
+    return call.result.wait_for(std::chrono::milliseconds(WAIT_MS)) == std::future_status::ready;
+}
 
 // Destroys the queue on a thread of its own and waits for that to end. A
 // destructor that never returns fails the test instead of hanging it; the
@@ -191,39 +192,31 @@ TEST(osw_message_queue_contract, destroying_a_queue_releases_a_sender_blocked_on
     OSW_Message_Queue* queue = new OSW_Message_Queue(1, sizeof(int), 0);
     int first = 1;
     ASSERT_EQ(0, queue->send(&first, sizeof(first), OSW_WAIT_FOREVER, 0));
-    auto call = std::make_shared<blocking_call>();
-    std::thread sender([call, queue] {
+    auto sender = start_call_([queue] {
         int second = 2;
-        call->tid = norvane_test::current_thread_id();
-        call->result = queue->send(&second, sizeof(second), OSW_WAIT_FOREVER, 0);
+        return queue->send(&second, sizeof(second), OSW_WAIT_FOREVER, 0);
     });
-    detach_if_left sender_guard(sender);
-    ASSERT_TRUE(norvane_test::wait_until_asleep(call->tid, WAIT_MS));
-    EXPECT_EQ(-1, call->result.load());
+    ASSERT_TRUE(norvane_test::wait_until_asleep(sender->tid, WAIT_MS));
+    EXPECT_EQ(std::future_status::timeout, sender->result.wait_for(std::chrono::seconds(0)));
 
     ASSERT_TRUE(destroy_in_time_(queue));
-    sender.join();
-    EXPECT_NE(0, call->result.load());
-    EXPECT_NE(-1, call->result.load());
+    ASSERT_TRUE(returned_in_time_(*sender));
+    EXPECT_NE(0, sender->result.get());
 }
 
 TEST(osw_message_queue_contract, destroying_a_queue_releases_a_receiver_blocked_on_it_with_an_error)
 {
     OSW_Message_Queue* queue = new OSW_Message_Queue(2, sizeof(int), 0);
-    auto call = std::make_shared<blocking_call>();
-    std::thread receiver([call, queue] {
+    auto receiver = start_call_([queue] {
         int out = 0;
-        call->tid = norvane_test::current_thread_id();
-        call->result = queue->receive(&out, sizeof(out), OSW_WAIT_FOREVER);
+        return queue->receive(&out, sizeof(out), OSW_WAIT_FOREVER);
     });
-    detach_if_left receiver_guard(receiver);
-    ASSERT_TRUE(norvane_test::wait_until_asleep(call->tid, WAIT_MS));
-    EXPECT_EQ(-1, call->result.load());
+    ASSERT_TRUE(norvane_test::wait_until_asleep(receiver->tid, WAIT_MS));
+    EXPECT_EQ(std::future_status::timeout, receiver->result.wait_for(std::chrono::seconds(0)));
 
     ASSERT_TRUE(destroy_in_time_(queue));
-    receiver.join();
-    EXPECT_NE(0, call->result.load());
-    EXPECT_NE(-1, call->result.load());
+    ASSERT_TRUE(returned_in_time_(*receiver));
+    EXPECT_NE(0, receiver->result.get());
 }
 
 TEST(osw_message_queue_contract, destroying_a_queue_with_messages_and_no_caller_returns_at_once)
