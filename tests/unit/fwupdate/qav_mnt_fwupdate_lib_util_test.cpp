@@ -547,6 +547,7 @@ TEST(qav_mnt_fwupdate_lib_util, CalcCheckSumWorksForACommandOf127Bytes)
     temp_dir dir;
     const std::string path = make_file_for_command_size(dir, 127);
     ASSERT_EQ(path.size(), 114u);
+    EXPECT_EQ(qav_mnt_fwupdate_lib_util::max_check_sum_path_length(), 114u);
     qav_mnt_fwupdate_lib_util util;
     char check_sum[QAV_MNT_FWUPDATE_CHECK_SUM_SIZE] = {0};
     testing::internal::CaptureStderr();

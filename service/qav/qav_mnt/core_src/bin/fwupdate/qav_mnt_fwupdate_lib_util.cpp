@@ -3,6 +3,7 @@
 #include <dirent.h>
 #include <sys/stat.h>
 
+#include <climits>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -44,6 +45,12 @@ bool is_safe_path_char_(char c)
         return true;
     }
     return std::strchr("/._-+,=@%:~", c) != nullptr && c != '\0';
+}
+
+// Bytes of the checksum command for a path, its NUL included.
+size_t check_sum_command_size_(size_t path_length)
+{
+    return std::strlen(CHECK_SUM_COMMAND) + path_length + 1;
 }
 
 bool is_dot_entry_(const char* name)
@@ -102,7 +109,7 @@ int qav_mnt_fwupdate_lib_util::calc_check_sum(const std::string& target_file_pat
     if (check_safe_path_(target_file_path) != 0) {
         return 1;
     }
-    const size_t command_size = std::strlen(CHECK_SUM_COMMAND) + target_file_path.size() + 1;
+    const size_t command_size = check_sum_command_size_(target_file_path.size());
     char* command = alloc_command_(command_size);
     if (command == nullptr) {
         qav_mnt_fwupdate_log_err(__func__, "Failed to alloc mem.\n");
@@ -112,6 +119,11 @@ int qav_mnt_fwupdate_lib_util::calc_check_sum(const std::string& target_file_pat
     int result = run_check_sum_command_(command, check_sum);
     zulOSWOrgFreeMemPart(nullptr, command);
     return result;
+}
+
+size_t qav_mnt_fwupdate_lib_util::max_check_sum_path_length()
+{
+    return static_cast<size_t>(SCHAR_MAX) - check_sum_command_size_(0);
 }
 
 // The platform allocator takes the size as a signed 8-bit quantity, so a

@@ -31,6 +31,9 @@ public:
     // check_sum receives at most QAV_MNT_FWUPDATE_CHECK_SUM_SIZE - 1
     // characters and a NUL.
     int calc_check_sum(const std::string& target_file_path, char* check_sum);
+    // The longest path calc_check_sum takes: its command and NUL must fit one
+    // block of the platform allocator, whose size is a signed 8-bit quantity.
+    static size_t max_check_sum_path_length();
     int unzip(const std::string& zip_file_path, const std::string& unzip_folder_path);
     int open_binary_file(const std::string& file_path, FILE** pfile);
     int write_binary_file(FILE* pfile, char* write_data, int write_size);
