@@ -28,7 +28,7 @@ public:
             return 1;
         }
         std::unique_lock<std::mutex> guard(lock_);
-        caller_inside guard_inside(*this);
+        caller_inside counted(*this);
         if (!wait_(guard, not_full_, timeout, [this] { return closing_ || used_ < slot_count_; }) ||
             closing_) {
             return 1;
@@ -48,7 +48,7 @@ public:
             return 1;
         }
         std::unique_lock<std::mutex> guard(lock_);
-        caller_inside guard_inside(*this);
+        caller_inside counted(*this);
         if (!wait_(guard, not_empty_, timeout, [this] { return closing_ || used_ > 0; }) ||
             closing_) {
             return 1;
