@@ -11,22 +11,11 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <vector>
 
 #include "qav_mnt_fwupdate_lib_verify_process.h"
 
 namespace {
-
-// BSD sum of a byte string, as the declared checksum text ("%05u").
-std::string bsd_sum_text(const std::string& bytes)
-{
-    unsigned int sum = 0;
-    for (unsigned char byte : bytes) {
-        sum = ((sum >> 1) + ((sum & 1u) << 15) + byte) & 0xFFFFu;
-    }
-    char text[8];
-    std::snprintf(text, sizeof(text), "%05u", sum);
-    return text;
-}
 
 void write_bytes(const std::string& path, const std::string& bytes)
 {
@@ -37,6 +26,24 @@ void write_bytes(const std::string& path, const std::string& bytes)
     }
 }
 
+// The checksums of a folder's file_*.bin in name order, as the declared
+// checksum texts: the first field of one run of coreutils "sum", the BSD
+// algorithm that "busybox sum" runs on the host.
+std::vector<std::string> folder_checksums(const std::string& folder)
+{
+    std::vector<std::string> sums;
+    FILE* pipe = ::popen(("cd " + folder + " && sum file_*.bin").c_str(), "r");
+    if (pipe == nullptr) {
+        return sums;
+    }
+    char line[256];
+    while (std::fgets(line, sizeof(line), pipe) != nullptr) {
+        sums.emplace_back(line, 5);
+    }
+    ::pclose(pipe);
+    return sums;
+}
+
 // An extracted package: files file_NNNN.bin and the FW_package.xml that
 // declares them all, in a fresh folder under /tmp removed afterwards.
 class extracted_package {
@@ -45,16 +52,23 @@ public:
     {
         char templ[] = "/tmp/fwbench-XXXXXX";
         folder_ = ::mkdtemp(templ) != nullptr ? templ : "";
-        std::string xml = "<firmware_package><package_version>1.0</package_version>"
-                          "<download_information><type>MAIN</type>";
+        std::vector<std::string> names;
+        std::vector<size_t> sizes;
         for (int i = 0; i < files; ++i) {
             char name[32];
             std::snprintf(name, sizeof(name), "file_%04d.bin", i);
             const std::string bytes = "small file " + std::to_string(i) + "\n";
             write_bytes(folder_ + "/" + name, bytes);
-            xml += std::string("<data_information><filename>") + name +
-                   "</filename><checksum>" + bsd_sum_text(bytes) + "</checksum><size>" +
-                   std::to_string(bytes.size()) + "</size></data_information>";
+            names.push_back(name);
+            sizes.push_back(bytes.size());
+        }
+        const std::vector<std::string> sums = folder_checksums(folder_);
+        std::string xml = "<firmware_package><package_version>1.0</package_version>"
+                          "<download_information><type>MAIN</type>";
+        for (size_t i = 0; i < names.size(); ++i) {
+            xml += "<data_information><filename>" + names[i] + "</filename><checksum>" +
+                   (i < sums.size() ? sums[i] : std::string("?")) + "</checksum><size>" +
+                   std::to_string(sizes[i]) + "</size></data_information>";
         }
         xml += "</download_information><package_type>DEVICE_FIRMWARE</package_type>"
                "</firmware_package>";

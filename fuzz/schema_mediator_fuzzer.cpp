@@ -1,10 +1,12 @@
 // Fuzz target: the schema mediator on firmware-package documents.
 //
 // The input is parsed as a firmware-package document into a zeroed record.
-// A document that parses is written back with create, and what create
-// writes must parse again: the mediator reads everything it writes. The
-// mediator frees its list nodes when it goes out of scope, so a leak or a
-// double free shows under ASan.
+// A document that parses is written back with create; what create writes
+// must parse again, into a record that create writes back to exactly the
+// same document. So the rewritten document holds everything the original's
+// record held: every value and list entry that the mediator read from the
+// original comes back unchanged. The mediator frees its list nodes when it
+// goes out of scope, so a leak or a double free shows under ASan.
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -36,5 +38,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     std::memset(&again, 0, sizeof(again));
     FUZZ_CHECK(reader.parse(norvane::UTL_LIB_XML_VEXA_MESSAGE_FIRMWARE_PACKAGE, written,
                                 &again, result) == 0);
+
+    std::string rewritten;
+    FUZZ_CHECK(reader.create(norvane::UTL_LIB_XML_VEXA_MESSAGE_FIRMWARE_PACKAGE, 1, &again,
+                             rewritten, result) == 0);
+    FUZZ_CHECK(rewritten == written);
     return 0;
 }

@@ -207,16 +207,15 @@ program_result measure_program(const std::string& work, const std::string& packa
     phone.listen_at(socket_path);
     program_runner program;
     program_environment environment{socket_path, work + "/state", "", FWUPDATE_HOST_BIN_DIR,
-                                    work + "/program.log", {}};
+                                    work + "/program.log", {}, {}};
     program.start(QAV_MNT_FWUPDATE_BINARY, environment);
-    if (phone.accept_program(10000) != 0 ||
-        program_runner::wait_until_ready(work + "/program.log", 10000) != 0) {
+    mobile_session session(phone, 600000);
+    if (phone.accept_program(10000) != 0 || session.handshake() != 0) {
         return result;
     }
     // Sampling starts once the program runs its own image: between fork and
     // exec the child's memory is the benchmark's, package included.
     memory_sampler sampler(program);
-    mobile_session session(phone, 600000);
     const auto start = clock_type::now();
     header reply = {};
     result.upload_s = timed_upload(session, package, reply);

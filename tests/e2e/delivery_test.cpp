@@ -2,6 +2,7 @@
 #include "e2e_fixture.h"
 
 #include "bsd_sum.h"
+#include "delivery_replies.h"
 #include "mobile_packet.h"
 
 #include <filesystem>
@@ -10,11 +11,6 @@ namespace norvane_test {
 namespace {
 
 using norvane_tools::upload_options;
-
-const char* const upload_ok = "00 01 00 00 00 01 00 00 80 12 00 00 00 00 00 00";
-const char* const finished_ok_2 = "00 01 00 00 00 02 00 00 80 13 00 02 00 00 00 00";
-const char* const finished_ok_3 = "00 01 00 00 00 03 00 00 80 13 00 02 00 00 00 00";
-const char* const finished_fw_error_2 = "00 01 00 00 00 02 00 15 80 13 00 02 00 00 00 00";
 
 class delivery_test : public e2e_fixture {
 protected:
@@ -120,6 +116,29 @@ TEST_F(delivery_test, checksum_mismatch_is_reported_as_error_in_firmware_file)
     EXPECT_NE(std::string::npos, log.find(finish_line(0)));
 }
 
+TEST_F(delivery_test, phone_that_polls_at_once_after_the_upload_reply_gets_the_verdict)
+{
+    // The first query may overtake the verification and be answered
+    // "finished, result 0"; then the confirmation carries the verdict.
+    // Either way the phone ends up with result 21.
+    const auto files = sample_files(8000, 900);
+    auto declared = truthful_declarations(files);
+    declared[0].checksum = "00000";
+    const std::string package =
+        make_package(files, package_description(declared, "1.0", "DEVICE_FIRMWARE"));
+    ASSERT_EQ(0, start_program());
+    const norvane_tools::delivery_result result =
+        norvane_tools::deliver_package(session(), package, upload_options{}, nullptr, 50);
+    EXPECT_EQ(0, wait_program());
+
+    EXPECT_TRUE(result.upload_replied);
+    EXPECT_EQ(0, result.upload_reply.result_code);
+    EXPECT_TRUE(result.finished);
+    EXPECT_EQ(21, result.final_reply.result_code);
+    EXPECT_FALSE(result.succeeded());
+    EXPECT_EQ("dlstart\ndlfinish 1\n", service_log());
+}
+
 class transfer_size_test : public delivery_test, public ::testing::WithParamInterface<size_t> {
 };
 
@@ -171,10 +190,7 @@ TEST_F(delivery_test, body_in_the_first_transfer_corrupts_the_stored_package)
 TEST_F(delivery_test, program_ignores_its_command_line)
 {
     const auto files = sample_files(3000, 300);
-    ASSERT_EQ(0, program_.start(program_binary(), environment_with(""), {"--help", "-x", "extra"}));
-    ASSERT_EQ(0, phone_.accept_program(10000));
-    ASSERT_EQ(0, norvane_tools::program_runner::wait_until_ready(dir_.file("program.log"), 10000));
-    session_ = std::make_unique<norvane_tools::mobile_session>(phone_, 30000);
+    ASSERT_EQ(0, start_program(program_options{"", {}, {"--help", "-x", "extra"}}));
     EXPECT_EQ(upload_ok, upload(make_package(files, "2.0", "DEVICE_FIRMWARE"), upload_options{}));
     EXPECT_EQ(finished_ok_2, status(1));
     EXPECT_EQ(finished_ok_3, status(2));

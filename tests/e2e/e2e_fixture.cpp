@@ -1,66 +1,25 @@
 #include "e2e_fixture.h"
 
-#include "bsd_sum.h"
+#include "log_wait.h"
 #include "mobile_packet.h"
 
 #include <cstdlib>
 #include <filesystem>
-#include <chrono>
-#include <random>
-#include <sstream>
-#include <thread>
 
 namespace norvane_test {
 
 using namespace norvane_tools;
 
-std::string package_description(const std::vector<declared_file>& files,
-                                const std::string& package_version,
-                                const std::string& package_type)
-{
-    std::string xml = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<firmware_package>\n";
-    if (!package_version.empty()) {
-        xml += "  <package_version>" + package_version + "</package_version>\n";
-    }
-    xml += "  <download_information>\n    <type>MAIN</type>\n    <version>" + package_version +
-           "</version>\n";
-    for (const declared_file& file : files) {
-        xml += "    <data_information>\n      <filename>" + file.name + "</filename>\n";
-        if (!file.checksum.empty()) {
-            xml += "      <checksum>" + file.checksum + "</checksum>\n";
-        }
-        if (!file.size.empty()) {
-            xml += "      <size>" + file.size + "</size>\n";
-        }
-        xml += "    </data_information>\n";
-    }
-    xml += "  </download_information>\n  <package_type>" + package_type +
-           "</package_type>\n</firmware_package>\n";
-    return xml;
-}
+namespace {
 
-std::vector<declared_file> truthful_declarations(const std::vector<package_file>& files)
-{
-    std::vector<declared_file> declared;
-    for (const package_file& file : files) {
-        declared.push_back({file.name, bsd_sum_text(file.bytes), std::to_string(file.bytes.size())});
-    }
-    return declared;
-}
+constexpr int connect_timeout_ms = 10000;
+constexpr int reply_timeout_ms = 30000;
 
-std::vector<package_file> sample_files(size_t first_size, size_t second_size)
-{
-    std::mt19937 generator(20261122);
-    auto random_bytes = [&generator](size_t size) {
-        std::string bytes(size, '\0');
-        for (char& byte : bytes) {
-            byte = static_cast<char>(generator() & 0xFF);
-        }
-        return bytes;
-    };
-    return {{"main_firmware.bin", random_bytes(first_size)},
-            {"panel_firmware.bin", random_bytes(second_size)}};
-}
+// The lines the program logs when it has handled the last chunk of an upload
+// and answered it: the verification is queued (VERIFY), or the run stops.
+const std::vector<std::string> after_upload_reply = {"] -> [VERIFY] \n", "] -> [FINISHED] \n"};
+
+}  // namespace
 
 void e2e_fixture::SetUp()
 {
@@ -77,23 +36,11 @@ void e2e_fixture::TearDown()
 std::string e2e_fixture::make_package(const std::vector<package_file>& files,
                                       const std::string& description)
 {
-    const std::string folder = dir_.file("package");
-    std::filesystem::create_directories(folder);
-    std::string names;
-    for (const package_file& file : files) {
-        write_file_bytes(folder + "/" + file.name, file.bytes);
-        names += " '" + file.name + "'";
+    const std::string zip = zip_package(files, description);
+    if (zip.empty()) {
+        ADD_FAILURE() << "the zip tool could not make the package";
     }
-    write_file_bytes(folder + "/FW_package.xml", description);
-    const std::string zip_path = dir_.file("package.zip");
-    std::filesystem::remove(zip_path);
-    const std::string command =
-        "cd '" + folder + "' && zip -q -X '" + zip_path + "' FW_package.xml" + names;
-    if (std::system(command.c_str()) != 0) {
-        ADD_FAILURE() << "zip failed: " << command;
-    }
-    std::filesystem::remove_all(folder);
-    return read_file_bytes(zip_path);
+    return zip;
 }
 
 std::string e2e_fixture::make_package(const std::vector<package_file>& files,
@@ -108,35 +55,62 @@ std::string e2e_fixture::program_binary()
     return (chosen != nullptr && chosen[0] != '\0') ? chosen : QAV_MNT_FWUPDATE_BINARY;
 }
 
-program_environment e2e_fixture::environment_with(const std::string& faults) const
+program_environment e2e_fixture::environment_with(const program_options& options) const
 {
-    norvane_tools::program_environment environment{phone_.path(), state_dir_, faults,
-                                                   FWUPDATE_HOST_BIN_DIR, dir_.file("program.log"), {}};
+    program_environment environment{phone_.path(), state_dir_, options.faults,
+                                    FWUPDATE_HOST_BIN_DIR, program_log_path(), {},
+                                    options.environment};
     const char* launcher = std::getenv("FWUPDATE_E2E_LAUNCHER");
-    if (launcher != nullptr) {
-        std::istringstream words(launcher);
-        std::string word;
-        while (words >> word) {
-            environment.launcher.push_back(word);
-        }
-    }
+    environment.launcher = launcher_words(launcher != nullptr ? launcher : "");
     return environment;
+}
+
+int e2e_fixture::launch_program(const program_options& options)
+{
+    return program_.start(program_binary(), environment_with(options), options.arguments);
+}
+
+int e2e_fixture::connect_program_(const program_options& options)
+{
+    if (launch_program(options) != 0 || phone_.accept_program(connect_timeout_ms) != 0) {
+        return 1;
+    }
+    session_ = std::make_unique<mobile_session>(phone_, reply_timeout_ms);
+    return 0;
+}
+
+int e2e_fixture::start_program_without_handshake(const program_options& options)
+{
+    if (connect_program_(options) != 0) {
+        return 1;
+    }
+    record_replies_();
+    return 0;
+}
+
+int e2e_fixture::start_program(const program_options& options)
+{
+    if (connect_program_(options) != 0) {
+        return 1;
+    }
+    if (session_->handshake() != 0) {
+        ADD_FAILURE() << session_->error();
+        return 1;
+    }
+    record_replies_();
+    return 0;
 }
 
 int e2e_fixture::start_program(const std::string& faults)
 {
-    if (program_.start(program_binary(), environment_with(faults)) != 0) {
-        return 1;
-    }
-    if (phone_.accept_program(10000) != 0 ||
-        program_runner::wait_until_ready(dir_.file("program.log"), 10000) != 0) {
-        return 1;
-    }
-    session_ = std::make_unique<mobile_session>(phone_, 30000);
+    return start_program(program_options{faults, {}, {}});
+}
+
+void e2e_fixture::record_replies_()
+{
     session_->set_reply_observer([this](const header&, const std::string& wire) {
         replies_.push_back(to_hex(wire));
     });
-    return 0;
 }
 
 int e2e_fixture::wait_program(int timeout_ms)
@@ -151,11 +125,16 @@ int e2e_fixture::wait_program(int timeout_ms)
 
 std::string e2e_fixture::upload(const std::string& package, const upload_options& options)
 {
+    const size_t log_before = program_log().size();
     if (session_->send_upload(package, options, nullptr) != 0) {
         return "upload not sent: " + session_->error();
     }
-    std::string reply = next_reply();
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    const std::string reply = next_reply();
+    if (reply.rfind("no reply", 0) != 0 &&
+        wait_for_any_log_text(program_log_path(), after_upload_reply, reply_timeout_ms,
+                              log_before) < 0) {
+        ADD_FAILURE() << "the program logged no state change after the upload reply";
+    }
     return reply;
 }
 
@@ -178,9 +157,19 @@ std::string e2e_fixture::next_reply(int timeout_ms)
     return to_hex(wire);
 }
 
+bool e2e_fixture::wait_for_log(const std::string& text, int timeout_ms) const
+{
+    return wait_for_log_text(program_log_path(), text, timeout_ms);
+}
+
 std::string e2e_fixture::program_log() const
 {
-    return read_file_bytes(dir_.file("program.log"));
+    return read_file_bytes(program_log_path());
+}
+
+std::string e2e_fixture::program_log_path() const
+{
+    return dir_.file("program.log");
 }
 
 std::string e2e_fixture::service_log() const

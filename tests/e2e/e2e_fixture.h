@@ -1,7 +1,15 @@
 // Runs the real qav_mnt_fwupdate binary against a phone on the real host
 // accessory socket, with real packages, miniunzip and sum. Every test gets its
 // own socket, state folder and program log; the extraction folder is fixed in
-// the program, so these tests run one at a time and empty it first.
+// the program, so these tests run one at a time and empty it first. The
+// tear-down kills a program that is still running, so a failed assertion
+// never leaves one behind.
+//
+// The phone starts every delivery as a phone app does, with the readiness
+// handshake (a status query with option 1, answered before anything else);
+// it never reads the program's log to decide when to send. The tests do read
+// the log, to check it and, where the protocol gives the phone no reply to
+// wait for, to know how far the program has got.
 #ifndef NORVANE_TESTS_E2E_FIXTURE_H
 #define NORVANE_TESTS_E2E_FIXTURE_H
 
@@ -9,36 +17,25 @@
 #include "phone_socket.h"
 #include "program_runner.h"
 #include "temp_dir.h"
+#include "test_package.h"
 
 #include <gtest/gtest.h>
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace norvane_test {
 
-struct package_file {
-    std::string name;
-    std::string bytes;
+// How the program is started.
+struct program_options {
+    std::string faults;  // FWUPDATE_FAULTS
+    // Further variables (name, value), e.g. FWUPDATE_TRUST_DIR; they may also
+    // replace one the fixture sets (FWUPDATE_AOA_SOCKET, FWUPDATE_STATE_DIR).
+    std::vector<std::pair<std::string, std::string>> environment;
+    std::vector<std::string> arguments;
 };
-
-// What FW_package.xml declares about a file; by default the truth.
-struct declared_file {
-    std::string name;
-    std::string checksum;   // empty: leave the element out
-    std::string size;       // empty: leave the element out
-};
-
-// The description of a package holding files, one download group.
-std::string package_description(const std::vector<declared_file>& files,
-                                const std::string& package_version,
-                                const std::string& package_type);
-// Declarations that match the files exactly.
-std::vector<declared_file> truthful_declarations(const std::vector<package_file>& files);
-// Files of pseudo-random bytes that do not compress, so that a package spans
-// many transfers.
-std::vector<package_file> sample_files(size_t first_size, size_t second_size);
 
 class e2e_fixture : public ::testing::Test {
 protected:
@@ -55,27 +52,39 @@ protected:
     // started through FWUPDATE_E2E_LAUNCHER when that is set (for a binary
     // built for the device, run under emulation).
     static std::string program_binary();
-    norvane_tools::program_environment environment_with(const std::string& faults) const;
-    // Starts the program with FWUPDATE_FAULTS and waits for it to connect.
-    // Returns 0 when it connected.
+    norvane_tools::program_environment environment_with(const program_options& options) const;
+
+    // Starts the program, accepts its link and does the readiness handshake.
+    // 0 when the program answered it with option 1, result 0.
     int start_program(const std::string& faults = "");
+    int start_program(const program_options& options);
+    // Starts the program and accepts its link, without the handshake: what
+    // the phone sends next races the program's start-up.
+    int start_program_without_handshake(const program_options& options = {});
+    // Only starts the program, for runs that end before they connect.
+    int launch_program(const program_options& options = {});
     // Waits for the program to end (killing it after timeout_ms) and returns
     // its exit status, or -1 when it had to be killed.
     int wait_program(int timeout_ms = 30000);
 
     norvane_tools::mobile_session& session() { return *session_; }
-    // Sends the upload and returns its reply. The controller queues the
-    // verification right after sending that reply; a short pause keeps a
-    // query sent next from overtaking it, so the replies are always the same.
+    // Sends the upload and returns its reply. The program queues the
+    // verification right after sending that reply; the upload returns once
+    // the program's log shows it did (the state changes to VERIFY, or to
+    // FINISHED when it stops), so a query sent next never overtakes the
+    // verification and the replies are always the same.
     std::string upload(const std::string& package, const norvane_tools::upload_options& options);
     // Sends one status query and returns its reply.
     std::string status(uint16_t option);
     // The next reply as spaced hex ("00 01 ..."), or the reason there is none.
     std::string next_reply(int timeout_ms = 30000);
-    // Every reply seen so far, in order, as spaced hex.
+    // Every reply after the handshake, in order, as spaced hex.
     const std::vector<std::string>& replies() const { return replies_; }
 
+    // Waits at most timeout_ms until the program's log holds text.
+    bool wait_for_log(const std::string& text, int timeout_ms = 30000) const;
     std::string program_log() const;
+    std::string program_log_path() const;
     std::string service_log() const;
     bool record_exists(const std::string& name) const;
     std::string record(const std::string& name) const;
@@ -87,6 +96,10 @@ protected:
     norvane_tools::program_runner program_;
     std::unique_ptr<norvane_tools::mobile_session> session_;
     std::vector<std::string> replies_;
+
+private:
+    int connect_program_(const program_options& options);
+    void record_replies_();
 };
 
 // "[IMP] main(): QAV_MNT FWUPDATE Finish <status>\n"

@@ -3,6 +3,7 @@
 #include "e2e_fixture.h"
 
 #include "bsd_sum.h"
+#include "delivery_replies.h"
 
 #include <cstdio>
 #include <filesystem>
@@ -175,10 +176,10 @@ TEST_F(fwpkg_test, package_it_builds_is_delivered_and_recorded_by_the_program)
     const std::string zip = build(FWUPDATE_SOURCE_DIR "/samples/device-firmware");
     ASSERT_EQ(0, last_.status) << last_.output;
     ASSERT_EQ(0, start_program());
-    EXPECT_EQ("00 01 00 00 00 01 00 00 80 12 00 00 00 00 00 00",
+    EXPECT_EQ(upload_ok,
               upload(read_file_bytes(zip), norvane_tools::upload_options{}));
-    EXPECT_EQ("00 01 00 00 00 02 00 00 80 13 00 02 00 00 00 00", status(1));
-    EXPECT_EQ("00 01 00 00 00 03 00 00 80 13 00 02 00 00 00 00", status(2));
+    EXPECT_EQ(finished_ok_2, status(1));
+    EXPECT_EQ(finished_ok_3, status(2));
     EXPECT_EQ(0, wait_program());
     EXPECT_EQ(std::string("1.0.0", 6), record("FIRMWARE_VERSION_DEVICE"));
     EXPECT_EQ("dlstart\ndlfinish 0\n", service_log());

@@ -1,35 +1,28 @@
 // Hostile packages delivered to the real program: file names made for the
 // shell, names too long for the checksum command, folders and escaping paths
 // inside the zip, oversized descriptions, a zip bomb of zeros and an upload
-// that stops half way. Each run must end with the outcome the program is
-// specified to reach, and nothing may be written or executed outside the
-// extraction folder. docs/robustness.md keeps the table of these outcomes.
+// that stops half way. Each run must end with the outcome the design gives
+// it, and nothing may be written or executed outside the extraction folder. docs/robustness.md keeps the table of these outcomes.
 #include "e2e_fixture.h"
 
 #include "bsd_sum.h"
+#include "delivery_replies.h"
 #include "mobile_packet.h"
 
 #include <sys/statvfs.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace norvane_test {
 namespace {
 
 using norvane_tools::upload_options;
-
-const char* const upload_ok = "00 01 00 00 00 01 00 00 80 12 00 00 00 00 00 00";
-const char* const finished_ok_2 = "00 01 00 00 00 02 00 00 80 13 00 02 00 00 00 00";
-const char* const finished_ok_3 = "00 01 00 00 00 03 00 00 80 13 00 02 00 00 00 00";
-const char* const finished_fw_error_2 = "00 01 00 00 00 02 00 15 80 13 00 02 00 00 00 00";
 
 const std::string work_dir = norvane_tools::fwupdate_work_dir;
 
@@ -171,27 +164,10 @@ protected:
         e2e_fixture::TearDown();
     }
 
-    // Starts the program and waits until its controller is connected: the
-    // link's callback judges body data by a state that becomes CONNECT only
-    // after the connection exists, so data sent earlier would be refused.
-    int start_connected_program()
-    {
-        if (start_program() != 0) {
-            return 1;
-        }
-        for (int waited_ms = 0; waited_ms < 10000; waited_ms += 10) {
-            if (contains(program_log(), "[INF] initialize_(): initialize_ Finish [0]\n")) {
-                return 0;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        }
-        return 1;
-    }
-
     // Upload, one query that finds the run finished, the confirmation.
     void expect_verified_run(const std::string& package)
     {
-        ASSERT_EQ(0, start_connected_program());
+        ASSERT_EQ(0, start_program());
         EXPECT_EQ(upload_ok, upload(package, upload_options{}));
         EXPECT_EQ(finished_ok_2, slow_status(1));
         EXPECT_EQ(finished_ok_3, slow_status(2));
@@ -203,7 +179,7 @@ protected:
     // error ends the run, dlfinish(1), exit status 0.
     void expect_refused_run(const std::string& package)
     {
-        ASSERT_EQ(0, start_connected_program());
+        ASSERT_EQ(0, start_program());
         EXPECT_EQ(upload_ok, upload(package, upload_options{}));
         EXPECT_EQ(finished_fw_error_2, slow_status(1));
         EXPECT_EQ(0, wait_program(60000));
@@ -440,7 +416,7 @@ TEST_F(hostile_package_test, upload_that_stops_half_way_leaves_the_program_waiti
 {
     const auto files = sample_files(40000, 3000);
     const std::string package = make_package(files, "7.0", "DEVICE_FIRMWARE");
-    ASSERT_EQ(0, start_connected_program());
+    ASSERT_EQ(0, start_program());
     const uint32_t size = static_cast<uint32_t>(package.size());
     ASSERT_EQ(0, session().send_raw(norvane_tools::encode_header(
                      norvane_tools::upload_request(1, 0, 1, size))));

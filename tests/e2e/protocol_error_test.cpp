@@ -1,12 +1,12 @@
 // What the real program does with requests a phone should not send.
 #include "e2e_fixture.h"
 
+#include "delivery_replies.h"
 #include "mobile_packet.h"
 
 #include <chrono>
 #include <filesystem>
 #include <future>
-#include <thread>
 
 namespace norvane_test {
 namespace {
@@ -14,8 +14,6 @@ namespace {
 using norvane_tools::encode_header;
 using norvane_tools::header;
 using norvane_tools::upload_options;
-
-const char* const upload_ok = "00 01 00 00 00 01 00 00 80 12 00 00 00 00 00 00";
 
 class protocol_error_test : public e2e_fixture {
 protected:
@@ -60,19 +58,6 @@ protected:
             ++count;
         }
         return count;
-    }
-
-    // Waits at most 30 s until the program's log holds text.
-    bool log_shows(const std::string& text) const
-    {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-        while (program_log().find(text) == std::string::npos) {
-            if (std::chrono::steady_clock::now() > deadline) {
-                return false;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        }
-        return true;
     }
 
     // The program's log holds no report of a memory error or a leak.
@@ -156,9 +141,9 @@ TEST_F(protocol_error_test, body_data_after_verification_ends_the_run_with_statu
 {
     const auto files = sample_files(3000, 300);
     ASSERT_EQ(0, start_program());
-    EXPECT_EQ("00 01 00 00 00 01 00 00 80 12 00 00 00 00 00 00",
+    EXPECT_EQ(upload_ok,
               upload(make_package(files, "1.0", "DEVICE_FIRMWARE"), upload_options{}));
-    EXPECT_EQ("00 01 00 00 00 02 00 00 80 13 00 02 00 00 00 00", status(1));
+    EXPECT_EQ(finished_ok_2, status(1));
     // A second upload whose body shares the header's transfer: the body
     // arrives while the program waits for the confirmation.
     std::string packet = encode_header(norvane_tools::upload_request(1, 0, 3, 4)) + "DATA";
@@ -198,7 +183,7 @@ TEST_F(protocol_error_test, status_flood_during_verification_still_ends_the_run)
     ASSERT_EQ(0, start_program());
     ASSERT_EQ(0, session().send_upload(package, norvane_tools::upload_options{}, nullptr));
     EXPECT_EQ(upload_ok, next_reply());
-    ASSERT_TRUE(log_shows("Change exec state. [DOWNLOAD] -> [VERIFY] \n"));
+    ASSERT_TRUE(wait_for_log("Change exec state. [DOWNLOAD] -> [VERIFY] \n"));
     std::future<int> sent = std::async(std::launch::async, [this] {
         return flood_with_confirmations(session());
     });
@@ -259,8 +244,8 @@ TEST_F(protocol_error_test, transfers_after_the_final_reply_are_dropped)
     ASSERT_EQ(0, start_program());
     EXPECT_EQ(upload_ok, upload(make_package(files, "1.1", "DEVICE_FIRMWARE"),
                                 norvane_tools::upload_options{}));
-    EXPECT_EQ("00 01 00 00 00 02 00 00 80 13 00 02 00 00 00 00", status(1));
-    EXPECT_EQ("00 01 00 00 00 03 00 00 80 13 00 02 00 00 00 00", status(2));
+    EXPECT_EQ(finished_ok_2, status(1));
+    EXPECT_EQ(finished_ok_3, status(2));
     const std::string query = encode_header(norvane_tools::status_request(1, 0, 9, 1));
     EXPECT_EQ(0, send_until_the_program_ends(query + "BODY"));
 

@@ -14,6 +14,7 @@ struct aoa_control {
     int connect_result = 0;
     int connect_calls = 0;
     osl_mdev_aoa_recv_func recv = nullptr;
+    std::vector<std::string> on_connect;
     int send_result = 0;
     bool fail_next_send = false;
     int fail_next_result = 0;
@@ -31,12 +32,21 @@ aoa_control& aoa_()
 int osl_mdev_aoa_connect(osl_mdev_aoa_recv_func recv)
 {
     aoa_control& control = aoa_();
-    std::lock_guard<std::mutex> held(control.lock);
-    control.connect_calls++;
-    if (control.connect_result == 0) {
-        control.recv = recv;
+    std::vector<std::string> early;
+    int result = 0;
+    {
+        std::lock_guard<std::mutex> held(control.lock);
+        control.connect_calls++;
+        result = control.connect_result;
+        if (result == 0) {
+            control.recv = recv;
+            early.swap(control.on_connect);
+        }
     }
-    return control.connect_result;
+    for (const std::string& transfer : early) {
+        norvane_fake::fake_aoa::inject(transfer);
+    }
+    return result;
 }
 
 int osl_mdev_aoa_send(unsigned char* data, int len)
@@ -61,6 +71,7 @@ void fake_aoa::reset()
     control.connect_result = 0;
     control.connect_calls = 0;
     control.recv = nullptr;
+    control.on_connect.clear();
     control.send_result = 0;
     control.fail_next_send = false;
     control.sent.clear();
@@ -82,6 +93,12 @@ osl_mdev_aoa_recv_func fake_aoa::recv_function()
 {
     std::lock_guard<std::mutex> held(aoa_().lock);
     return aoa_().recv;
+}
+
+void fake_aoa::send_on_connect(const std::vector<std::string>& transfers)
+{
+    std::lock_guard<std::mutex> held(aoa_().lock);
+    aoa_().on_connect = transfers;
 }
 
 bool fake_aoa::inject(const std::string& transfer)

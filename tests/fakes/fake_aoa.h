@@ -20,6 +20,10 @@ public:
     static void set_connect_result(int result);
     static int connect_calls();
     static osl_mdev_aoa_recv_func recv_function();
+    // Transfers that the phone sends in the instant the link comes up: a
+    // successful connect hands them to the receive function before it
+    // returns, as the library's thread may do before its caller goes on.
+    static void send_on_connect(const std::vector<std::string>& transfers);
 
     // Calls the recorded receive function with the transfer's bytes followed
     // by 16 zero bytes; false when nothing is connected.

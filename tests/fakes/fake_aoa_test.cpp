@@ -63,3 +63,25 @@ TEST(fake_aoa, send_records_every_buffer_and_can_fail)
     EXPECT_FALSE(fake_aoa::wait_sent(4, 10));
     EXPECT_EQ((std::vector<std::string>{"\x01\x02\x03", "\x04", "\x04"}), fake_aoa::sent());
 }
+
+TEST(fake_aoa, transfers_sent_on_connect_arrive_before_connect_returns_and_only_once)
+{
+    fake_aoa::reset();
+    seen_.clear();
+    fake_aoa::send_on_connect({"early"});
+    ASSERT_EQ(0, osl_mdev_aoa_connect(recorder_));
+    EXPECT_EQ(std::string("early") + std::string(16, '\0'), seen_);
+    seen_.clear();
+    ASSERT_EQ(0, osl_mdev_aoa_connect(recorder_));
+    EXPECT_EQ("", seen_);
+}
+
+TEST(fake_aoa, a_failing_connect_sends_nothing_on_connect)
+{
+    fake_aoa::reset();
+    seen_.clear();
+    fake_aoa::send_on_connect({"early"});
+    fake_aoa::set_connect_result(3);
+    EXPECT_EQ(3, osl_mdev_aoa_connect(recorder_));
+    EXPECT_EQ("", seen_);
+}

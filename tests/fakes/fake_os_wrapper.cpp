@@ -11,6 +11,7 @@
 #include <deque>
 #include <map>
 #include <mutex>
+#include <new>
 #include <string>
 
 #include "osw_os_wrapper.h"
@@ -24,6 +25,7 @@ struct queue_control {
     bool fail_send = false;
     int fail_receive_result = 0;
     bool fail_receive = false;
+    bool receive_bad_alloc = false;
     bool hold = false;
     int idle_receivers = 0;
     int blocked_senders = 0;
@@ -214,6 +216,10 @@ int OSW_Message_Queue::receive(void* msg, unsigned int size, unsigned int timeou
     queue_control& control = queues_();
     std::unique_lock<std::mutex> held(control.lock);
     control.receive_timeouts.push_back(timeout);
+    if (control.receive_bad_alloc) {
+        control.receive_bad_alloc = false;
+        throw std::bad_alloc();
+    }
     if (control.fail_receive) {
         control.fail_receive = false;
         return control.fail_receive_result;
@@ -326,6 +332,7 @@ void fake_os_wrapper::reset()
         std::lock_guard<std::mutex> held(control.lock);
         control.fail_send = false;
         control.fail_receive = false;
+        control.receive_bad_alloc = false;
         control.hold = false;
         control.created = 0;
         control.sends = 0;
@@ -362,6 +369,13 @@ void fake_os_wrapper::fail_next_receive(int result)
     control.fail_receive = true;
     control.fail_receive_result = result;
     control.changed.notify_all();
+}
+
+void fake_os_wrapper::fail_next_receive_with_bad_alloc()
+{
+    queue_control& control = queues_();
+    std::lock_guard<std::mutex> held(control.lock);
+    control.receive_bad_alloc = true;
 }
 
 void fake_os_wrapper::hold_receive(bool hold)

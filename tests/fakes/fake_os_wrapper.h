@@ -1,8 +1,9 @@
 // Test double of the OS wrapper (message queue, mutex, heap blocks) with the
 // knobs that unit tests need: fail the next queue send or receive, hold the
-// receivers, wait until a receiver sits on an empty queue or a sender on a
-// full one, fail the i-th allocation or the next allocation of a given size,
-// and count the blocks that are still outstanding.
+// receivers, make the next receive throw as an allocation failure inside
+// the wrapper would, wait until a receiver sits on an empty queue or a sender
+// on a full one, fail the i-th allocation or the next allocation of a given
+// size, and count the blocks that are still outstanding.
 //
 // The queue and the mutex behave like the host's (same contract tests); the
 // allocators hand out malloc blocks like the host's.
@@ -23,6 +24,9 @@ public:
     // The receive waiting now on any queue (held or not), or else the next
     // one, returns result without taking a message.
     static void fail_next_receive(int result);
+    // The next receive on any queue throws std::bad_alloc, as the wrapper's
+    // own allocation would when memory runs out.
+    static void fail_next_receive_with_bad_alloc();
 
     // While held, receivers wait even when messages are queued.
     static void hold_receive(bool hold);

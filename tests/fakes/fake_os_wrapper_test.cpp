@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <new>
 #include <thread>
 
 #include "osw_os_wrapper.h"
@@ -38,6 +39,20 @@ TEST(fake_os_wrapper, fail_next_receive_fails_once_and_keeps_the_message)
     EXPECT_EQ(0, out);
     EXPECT_EQ(0, queue.receive(&out, sizeof(out), OSW_WAIT_FOREVER));
     EXPECT_EQ(9, out);
+}
+
+TEST(fake_os_wrapper, fail_next_receive_with_bad_alloc_throws_once_unless_reset)
+{
+    fake_os_wrapper::reset();
+    OSW_Message_Queue queue(2, sizeof(int), 0);
+    fake_os_wrapper::fail_next_receive_with_bad_alloc();
+    int out = 0;
+    EXPECT_THROW(queue.receive(&out, sizeof(out), 0), std::bad_alloc);
+    // Once only: the next receive finds the queue empty and times out.
+    EXPECT_EQ(2, queue.receive(&out, sizeof(out), 0));
+    fake_os_wrapper::fail_next_receive_with_bad_alloc();
+    fake_os_wrapper::reset();
+    EXPECT_EQ(2, queue.receive(&out, sizeof(out), 0));
 }
 
 TEST(fake_os_wrapper, records_the_queue_arguments_and_time_outs)

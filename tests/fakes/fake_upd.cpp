@@ -4,6 +4,7 @@
 
 #include <mutex>
 
+#include "bsd_sum.h"
 #include "osl_mdev_upd.h"
 
 namespace {
@@ -30,17 +31,6 @@ int record_(upd_control& control, const std::string& call, const std::string& li
     control.calls.push_back(line);
     auto found = control.results.find(call);
     return found == control.results.end() ? 0 : found->second;
-}
-
-// The 16-bit BSD sum, as the update library hands back on close.
-unsigned long bsd_sum_(const std::string& bytes)
-{
-    unsigned long checksum = 0;
-    for (unsigned char byte : bytes) {
-        checksum = (checksum >> 1) + ((checksum & 1u) << 15);
-        checksum = (checksum + byte) & 0xFFFFu;
-    }
-    return checksum;
 }
 
 }  // namespace
@@ -94,7 +84,8 @@ int osl_mdev_upd_fwup_flclose(int mode, unsigned long* checksum)
     int result = record_(control, "flclose", "flclose " + std::to_string(mode));
     if (result == 0) {
         if (checksum != nullptr) {
-            *checksum = bsd_sum_(control.open_bytes);
+            // The 16-bit BSD sum, as the update library hands back on close.
+            *checksum = norvane_test::bsd_sum(control.open_bytes);
         }
         control.records[control.open_name] = control.open_bytes;
     }

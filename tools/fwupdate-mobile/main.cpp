@@ -19,7 +19,6 @@
 #include <iterator>
 #include <sstream>
 #include <string>
-#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -52,6 +51,7 @@ struct settings {
     int timeout_s = 600;
     int exit_wait_s = 5;
     bool plain = false;
+    bool handshake = true;
     std::vector<command> commands;
 };
 
@@ -75,6 +75,8 @@ const char* usage_text =
     "  --single-transfer     the header and the whole package in one transfer\n"
     "  --timeout SECONDS     wait for each reply at most this long (default 600)\n"
     "  --exit-wait SECONDS   wait for the program to end after the commands (default 5)\n"
+    "  --no-handshake        send the first command at once, without the readiness handshake\n"
+    "                        (a status query with option 1 answered before anything else)\n"
     "  --plain               plain lines even on a terminal\n";
 
 std::string env_or(const char* name, const char* fallback)
@@ -140,6 +142,7 @@ int parse_arguments(int argc, char** argv, settings& config)
         else if (word == "--first-transfer-with-body") config.upload.first_transfer_with_body = true;
         else if (word == "--single-transfer") config.upload.single_transfer = true;
         else if (word == "--plain") config.plain = true;
+        else if (word == "--no-handshake") config.handshake = false;
         else if (is_command_word(word)) {
             command next{word, {}};
             while (i + 1 < words.size() && !is_command_word(words[i + 1])) {
@@ -280,7 +283,7 @@ int main(int argc, char** argv)
         }
         program_environment environment{config.socket_path, config.state_dir, config.faults,
                                         config.host_bin_dir, config.program_log,
-                                        split_words(config.launcher)};
+                                        split_words(config.launcher), {}};
         if (program.start(config.run_binary, environment) != 0) {
             report.line("cannot start " + config.run_binary);
             return exit_usage;
@@ -292,22 +295,26 @@ int main(int argc, char** argv)
         report.line(socket.last_error());
         return exit_usage;
     }
-    // A phone waits for the device to be ready before it sends: with the
-    // program's log at hand, for its start-up line; otherwise for a moment.
-    if (!config.run_binary.empty() && !config.program_log.empty()) {
-        if (program_runner::wait_until_ready(config.program_log, 10000) != 0) {
-            report.line("the program did not report that it is ready");
-        }
-    } else {
-        std::this_thread::sleep_for(std::chrono::milliseconds(200));
-    }
     mobile_session session(socket, config.timeout_s * 1000);
     session.set_identity(config.upload.version, config.upload.reserved, config.upload.request_id);
     session.set_reply_observer([&report](const header& reply, const std::string& wire) {
         report.line("reply " + to_hex(wire.substr(0, 16)) + "  " + describe_reply(reply));
     });
 
-    int outcome = run_commands(session, config, report);
+    // The device takes package data only once it answers a status query; a
+    // phone that sends at once races the device's start-up (--no-handshake
+    // shows that race).
+    int outcome = exit_succeeded;
+    if (config.handshake) {
+        report.line("handshake: status query with option 1");
+        if (session.handshake() != 0) {
+            report.line(session.error());
+            outcome = exit_failed;
+        }
+    }
+    if (outcome == exit_succeeded) {
+        outcome = run_commands(session, config, report);
+    }
 
     if (!config.run_binary.empty()) {
         int exit_status = 0;

@@ -2,7 +2,6 @@
 
 #include <cctype>
 #include <cstdio>
-#include <cstring>
 
 namespace norvane_tools {
 
@@ -10,36 +9,58 @@ using namespace norvane;
 
 namespace {
 
-// Each field swapped on its own; the same swaps turn host order into wire
-// order and back.
-header swapped(header fields)
+// The phone writes and reads the wire order itself, most significant byte
+// first, as a phone app would; it does not borrow the device's swap helpers.
+void put_16(std::string& wire, uint16_t value)
 {
-    fields.version = qav_mnt_fwupdate_swap_16(fields.version);
-    fields.reserved = qav_mnt_fwupdate_swap_16(fields.reserved);
-    fields.request_id = qav_mnt_fwupdate_swap_16(fields.request_id);
-    fields.result_code = qav_mnt_fwupdate_swap_16(fields.result_code);
-    fields.command = qav_mnt_fwupdate_swap_16(fields.command);
-    fields.option_code = qav_mnt_fwupdate_swap_16(fields.option_code);
-    fields.data_size = qav_mnt_fwupdate_swap_32(fields.data_size);
-    return fields;
+    wire += static_cast<char>(value >> 8);
+    wire += static_cast<char>(value & 0xFF);
+}
+
+void put_32(std::string& wire, uint32_t value)
+{
+    put_16(wire, static_cast<uint16_t>(value >> 16));
+    put_16(wire, static_cast<uint16_t>(value & 0xFFFF));
+}
+
+uint16_t get_16(const std::string& wire, size_t at)
+{
+    return static_cast<uint16_t>((static_cast<unsigned char>(wire[at]) << 8) |
+                                 static_cast<unsigned char>(wire[at + 1]));
+}
+
+uint32_t get_32(const std::string& wire, size_t at)
+{
+    return (static_cast<uint32_t>(get_16(wire, at)) << 16) | get_16(wire, at + 2);
 }
 
 }  // namespace
 
 std::string encode_header(const header& host_order)
 {
-    const header wire = swapped(host_order);
-    return std::string(reinterpret_cast<const char*>(&wire), sizeof wire);
+    std::string wire;
+    put_16(wire, host_order.version);
+    put_16(wire, host_order.reserved);
+    put_16(wire, host_order.request_id);
+    put_16(wire, host_order.result_code);
+    put_16(wire, host_order.command);
+    put_16(wire, host_order.option_code);
+    put_32(wire, host_order.data_size);
+    return wire;
 }
 
 int decode_header(const std::string& wire, header& host_order)
 {
-    if (wire.size() < sizeof(header)) {
+    if (wire.size() < wire_header_size) {
         return 1;
     }
-    header fields;
-    std::memcpy(&fields, wire.data(), sizeof(header));
-    host_order = swapped(fields);
+    host_order.version = get_16(wire, 0);
+    host_order.reserved = get_16(wire, 2);
+    host_order.request_id = get_16(wire, 4);
+    host_order.result_code = get_16(wire, 6);
+    host_order.command = get_16(wire, 8);
+    host_order.option_code = get_16(wire, 10);
+    host_order.data_size = get_32(wire, 12);
     return 0;
 }
 

@@ -11,6 +11,9 @@ namespace norvane_tools {
 
 using header = norvane::QAV_MNT_FWUPDATE_PACKATE_HEADER_;
 
+// Every packet starts with a header of this many bytes.
+constexpr size_t wire_header_size = 16;
+
 // The 16 wire bytes of a host-order header.
 std::string encode_header(const header& host_order);
 // The host-order header of the first 16 bytes; 1 when there are fewer.

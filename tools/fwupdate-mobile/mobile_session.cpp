@@ -29,6 +29,32 @@ int mobile_session::send_(const std::string& bytes)
     return 0;
 }
 
+int mobile_session::handshake()
+{
+    header reply = {};
+    return handshake(reply);
+}
+
+int mobile_session::handshake(header& reply)
+{
+    const header query = status_request(version_, reserved_, handshake_request_id,
+                                        QAV_MNT_FWUPDATE_MBA_OPTION_CODE_FW_PACKAGE_STORED);
+    std::string wire;
+    if (send_(encode_header(query)) != 0 || read_reply(reply, wire) != 0) {
+        error_ = "handshake: " + error_;
+        return 1;
+    }
+    if (reply.command != QAV_MNT_FWUPDATE_MBA_RESPONSE_CMD_GET_FIRMWARE_UPGRADE_STATUS ||
+        reply.request_id != handshake_request_id ||
+        reply.option_code != QAV_MNT_FWUPDATE_MBA_OPTION_CODE_OPERATION_STILL_ONGOING ||
+        reply.result_code != QAV_MNT_FWUPDATE_MBA_RESULT_CODE_OK) {
+        error_ = "handshake: the device answered " + describe_reply(reply) + " (" +
+                 to_hex(wire.substr(0, wire_header_size)) + ")";
+        return 1;
+    }
+    return 0;
+}
+
 int mobile_session::send_upload(const std::string& package, const upload_options& options,
                                 const upload_progress& progress)
 {

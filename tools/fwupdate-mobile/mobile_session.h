@@ -28,9 +28,25 @@ using upload_progress = std::function<void(size_t sent, size_t total)>;
 // Called for every reply as it arrives.
 using reply_observer = std::function<void(const header& reply, const std::string& wire)>;
 
+// The handshake query carries this request id, so the requests of the
+// delivery proper keep theirs (from 1 by default).
+constexpr uint16_t handshake_request_id = 0;
+
 class mobile_session {
 public:
     mobile_session(phone_socket& socket, int reply_timeout_ms);
+
+    // The readiness handshake, step 0 of every delivery: right after the link
+    // comes up, one status query with option 1 (the session's version and
+    // reserved, request id handshake_request_id), and its reply. The device
+    // queues a query in any state but answers it only once it takes package
+    // data, so option 1 (still ongoing) with result 0 is the phone's proof
+    // that it may upload; it never needs the device's log or a pause.
+    // 0 when the reply says so; 1 when the query could not be sent, no reply
+    // came in time, the link closed or the reply said anything else (error()
+    // tells which). reply gets the reply when one came.
+    int handshake();
+    int handshake(header& reply);
 
     // Sends the upload request and the package. 0, or 1 when a transfer
     // could not be sent (see error()).

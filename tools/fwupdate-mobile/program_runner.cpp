@@ -6,7 +6,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -14,6 +14,17 @@
 namespace norvane_tools {
 
 const char* const fwupdate_work_dir = "/tmp/fwupdate/update";
+
+std::vector<std::string> launcher_words(const std::string& text)
+{
+    std::istringstream stream(text);
+    std::vector<std::string> words;
+    std::string word;
+    while (stream >> word) {
+        words.push_back(word);
+    }
+    return words;
+}
 
 program_runner::~program_runner()
 {
@@ -48,6 +59,9 @@ int program_runner::start(const std::string& binary, const program_environment& 
         ::setenv("FWUPDATE_STATE_DIR", environment.state_dir.c_str(), 1);
         ::setenv("FWUPDATE_FAULTS", environment.faults.c_str(), 1);
         ::setenv("PATH", path_value.c_str(), 1);
+        for (const auto& variable : environment.extra_variables) {
+            ::setenv(variable.first.c_str(), variable.second.c_str(), 1);
+        }
         if (!environment.log_path.empty()) {
             int log = ::open(environment.log_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
             if (log >= 0) {
@@ -107,23 +121,6 @@ int program_runner::wait_exit(int timeout_ms, int& exit_status)
             return 1;
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-}
-
-int program_runner::wait_until_ready(const std::string& log_path, int timeout_ms)
-{
-    const char* const ready_line = "[INF] initialize_(): initialize_ Finish [0]\n";
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout_ms);
-    for (;;) {
-        std::ifstream log(log_path, std::ios::binary);
-        const std::string text((std::istreambuf_iterator<char>(log)), std::istreambuf_iterator<char>());
-        if (text.find(ready_line) != std::string::npos) {
-            return 0;
-        }
-        if (std::chrono::steady_clock::now() >= deadline) {
-            return 1;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
 }
 

@@ -5,6 +5,7 @@
 
 #include <string>
 #include <sys/types.h>
+#include <utility>
 #include <vector>
 
 namespace norvane_tools {
@@ -18,11 +19,18 @@ struct program_environment {
     // Words put before the binary, e.g. "qemu-arm -L /usr/arm-linux-gnueabihf"
     // to run a program built for the device under emulation.
     std::vector<std::string> launcher;
+    // Further variables (name, value), set after the ones above, so they may
+    // also replace one of them.
+    std::vector<std::pair<std::string, std::string>> extra_variables;
 };
 
 // The extraction folder the program uses; the program never empties it, so
 // whatever starts it on the host does.
 extern const char* const fwupdate_work_dir;
+
+// The words of a launcher written as one text, e.g. the value of
+// FWUPDATE_E2E_LAUNCHER; empty for an empty text.
+std::vector<std::string> launcher_words(const std::string& text);
 
 class program_runner {
 public:
@@ -44,12 +52,6 @@ public:
     // counts the image the child had before exec, which shares the starter's
     // memory.
     long resident_high_water_kib() const;
-    // Waits at most timeout_ms until the program's log (log_path of its
-    // environment) says that its start-up is done: the link is connected and
-    // the program accepts packets. The link delivers transfers from the
-    // moment it connects, slightly before that, and the program rejects body
-    // data that arrives too early. 0 when ready, 1 otherwise.
-    static int wait_until_ready(const std::string& log_path, int timeout_ms);
     // Ends a program that is still running.
     void kill_program();
     bool running() const { return pid_ > 0; }

@@ -10,8 +10,8 @@
 #include <memory>
 #include <thread>
 
+#include "blocking_call.h"
 #include "osw_os_wrapper.h"
-#include "thread_probe.h"
 
 namespace {
 
@@ -30,30 +30,35 @@ message make_message_(int id, const char* text)
     return m;
 }
 
-// One call made on a thread of its own, which publishes its id just before
-// the call. The test waits for the call's result with a limit, so a call
-// that never returns fails the test instead of hanging it; its thread is
-// then left to the end of the process, and owns what it touches.
-struct call_on_a_thread {
-    std::atomic<pid_t> tid{0};
-    std::future<int> result;
-};
-
-std::shared_ptr<call_on_a_thread> start_call_(std::function<int()> call)
+// A call left blocked inside a queue that is then destroyed. When the
+// destructor does not release it, the call never returns and its thread can
+// never be joined: it is then left to the end of the process (and the test
+// has failed), instead of hanging the test.
+std::unique_ptr<norvane_test::blocking_call> start_call_(std::function<int()> call)
 {
-    auto state = std::make_shared<call_on_a_thread>();
-    std::packaged_task<int()> task([state, call] {
-        state->tid = norvane_test::current_thread_id();
-        return call();
-    });
-    state->result = task.get_future();
-    std::thread(std::move(task)).detach();
-    return state;
+    return std::unique_ptr<norvane_test::blocking_call>(new norvane_test::blocking_call(call));
 }
 
-bool returned_in_time_(call_on_a_thread& call)
+// Waits until the call sleeps inside the queue; a call that does not is
+// abandoned, see start_call_.
+bool asleep_in_call_(std::unique_ptr<norvane_test::blocking_call>& call)
 {
-    return call.result.wait_for(std::chrono::milliseconds(WAIT_MS)) == std::future_status::ready;
+    if (call->wait_until_asleep(WAIT_MS)) {
+        return true;
+    }
+    call.release();
+    return false;
+}
+
+// Waits for the call to return with its result; a call that never returns
+// is abandoned, see start_call_.
+bool returned_in_time_(std::unique_ptr<norvane_test::blocking_call>& call, int& result)
+{
+    if (call->wait_returned(WAIT_MS, result)) {
+        return true;
+    }
+    call.release();
+    return false;
 }
 
 // Destroys the queue on a thread of its own and waits for that to end. A
@@ -133,18 +138,16 @@ TEST(osw_message_queue_contract, receive_on_an_empty_queue_times_out)
 TEST(osw_message_queue_contract, a_receiver_waits_without_limit_until_a_message_comes)
 {
     OSW_Message_Queue queue(2, sizeof(int), 0);
-    std::atomic<bool> received(false);
     int out = 0;
-    std::thread receiver([&] {
-        EXPECT_EQ(0, queue.receive(&out, sizeof(out), OSW_WAIT_FOREVER));
-        received = true;
-    });
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    EXPECT_FALSE(received.load());
+    norvane_test::blocking_call receiver(
+        [&] { return queue.receive(&out, sizeof(out), OSW_WAIT_FOREVER); });
+    EXPECT_TRUE(receiver.wait_until_asleep());
+    EXPECT_FALSE(receiver.returned());  // asleep inside receive
     int value = 42;
-    ASSERT_EQ(0, queue.send(&value, sizeof(value), OSW_WAIT_FOREVER, 0));
-    receiver.join();
-    EXPECT_TRUE(received.load());
+    EXPECT_EQ(0, queue.send(&value, sizeof(value), OSW_WAIT_FOREVER, 0));
+    int result = -1;
+    EXPECT_TRUE(receiver.wait_returned(5000, result));
+    EXPECT_EQ(0, result);
     EXPECT_EQ(42, out);
 }
 
@@ -153,20 +156,18 @@ TEST(osw_message_queue_contract, a_sender_on_a_full_queue_waits_until_room_is_ma
     OSW_Message_Queue queue(1, sizeof(int), 0);
     int first = 1;
     ASSERT_EQ(0, queue.send(&first, sizeof(first), OSW_WAIT_FOREVER, 0));
-    std::atomic<bool> sent(false);
-    std::thread sender([&] {
-        int second = 2;
-        EXPECT_EQ(0, queue.send(&second, sizeof(second), OSW_WAIT_FOREVER, 0));
-        sent = true;
-    });
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    EXPECT_FALSE(sent.load());
+    const int second = 2;
+    norvane_test::blocking_call sender(
+        [&] { return queue.send(&second, sizeof(second), OSW_WAIT_FOREVER, 0); });
+    EXPECT_TRUE(sender.wait_until_asleep());
+    EXPECT_FALSE(sender.returned());  // asleep inside send
     int out = 0;
-    ASSERT_EQ(0, queue.receive(&out, sizeof(out), OSW_WAIT_FOREVER));
+    EXPECT_EQ(0, queue.receive(&out, sizeof(out), OSW_WAIT_FOREVER));
     EXPECT_EQ(1, out);
-    sender.join();
-    EXPECT_TRUE(sent.load());
-    ASSERT_EQ(0, queue.receive(&out, sizeof(out), OSW_WAIT_FOREVER));
+    int result = -1;
+    EXPECT_TRUE(sender.wait_returned(5000, result));
+    EXPECT_EQ(0, result);
+    EXPECT_EQ(0, queue.receive(&out, sizeof(out), OSW_WAIT_FOREVER));
     EXPECT_EQ(2, out);
 }
 
@@ -196,12 +197,13 @@ TEST(osw_message_queue_contract, destroying_a_queue_releases_a_sender_blocked_on
         int second = 2;
         return queue->send(&second, sizeof(second), OSW_WAIT_FOREVER, 0);
     });
-    ASSERT_TRUE(norvane_test::wait_until_asleep(sender->tid, WAIT_MS));
-    EXPECT_EQ(std::future_status::timeout, sender->result.wait_for(std::chrono::seconds(0)));
+    ASSERT_TRUE(asleep_in_call_(sender));
+    EXPECT_FALSE(sender->returned());  // asleep inside send
 
     ASSERT_TRUE(destroy_in_time_(queue));
-    ASSERT_TRUE(returned_in_time_(*sender));
-    EXPECT_NE(0, sender->result.get());
+    int result = 0;
+    ASSERT_TRUE(returned_in_time_(sender, result));
+    EXPECT_NE(0, result);
 }
 
 TEST(osw_message_queue_contract, destroying_a_queue_releases_a_receiver_blocked_on_it_with_an_error)
@@ -211,12 +213,13 @@ TEST(osw_message_queue_contract, destroying_a_queue_releases_a_receiver_blocked_
         int out = 0;
         return queue->receive(&out, sizeof(out), OSW_WAIT_FOREVER);
     });
-    ASSERT_TRUE(norvane_test::wait_until_asleep(receiver->tid, WAIT_MS));
-    EXPECT_EQ(std::future_status::timeout, receiver->result.wait_for(std::chrono::seconds(0)));
+    ASSERT_TRUE(asleep_in_call_(receiver));
+    EXPECT_FALSE(receiver->returned());  // asleep inside receive
 
     ASSERT_TRUE(destroy_in_time_(queue));
-    ASSERT_TRUE(returned_in_time_(*receiver));
-    EXPECT_NE(0, receiver->result.get());
+    int result = 0;
+    ASSERT_TRUE(returned_in_time_(receiver, result));
+    EXPECT_NE(0, result);
 }
 
 TEST(osw_message_queue_contract, destroying_a_queue_with_messages_and_no_caller_returns_at_once)
@@ -244,17 +247,17 @@ TEST(osw_mutex_semaphore_contract, a_waiting_request_is_granted_on_release)
 {
     OSW_Mutex_Semaphore mutex(1);
     ASSERT_EQ(0, mutex.request(-1));
-    std::atomic<bool> granted(false);
-    std::thread other([&] {
-        EXPECT_EQ(0, mutex.request(-1));
-        granted = true;
+    norvane_test::blocking_call other([&] {
+        const int result = mutex.request(-1);
         mutex.release();
+        return result;
     });
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    EXPECT_FALSE(granted.load());
-    mutex.release();
-    other.join();
-    EXPECT_TRUE(granted.load());
+    EXPECT_TRUE(other.wait_until_asleep());
+    EXPECT_FALSE(other.returned());  // asleep inside request
+    EXPECT_EQ(0, mutex.release());
+    int result = -1;
+    EXPECT_TRUE(other.wait_returned(5000, result));
+    EXPECT_EQ(0, result);
 }
 
 TEST(osw_allocator_contract, sub_alloc_hands_out_a_writable_block_that_free_returns)

@@ -2,10 +2,12 @@
 // verification does it: the firmware-upgrade message object parses a
 // realistic FW_package.xml, then the package info and the declared file list
 // are read from it. A clean run counts the platform allocations; then, for
-// every i, allocation i fails. Each run must end cleanly (no crash, every
-// platform block returned through the platform's free with a null pool) and
-// either fail or read everything the clean run read: a reading that
-// succeeds without a declaration would leave that file unverified. The
+// every i, allocation i fails (all but the message object's own records,
+// whose failure its constructor does not handle). Each run must end cleanly
+// (the failure was reached, no more allocations than a clean run, no crash,
+// every platform block returned through the platform's free with a null
+// pool) and either fail or read everything the clean run read: a reading
+// that succeeds without a declaration would leave that file unverified. The
 // records and list nodes of the parse fail it with the parser error.
 #include <gtest/gtest.h>
 

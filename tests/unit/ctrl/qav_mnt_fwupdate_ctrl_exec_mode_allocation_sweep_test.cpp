@@ -1,37 +1,40 @@
 // Allocation-failure sweep of a whole delivery through the exec-mode
 // controller on the fake platform: the package chunks that the callback
 // copies, the checksum commands and the description parsing all take platform
-// blocks. A clean delivery counts them; then, for every i, allocation i
-// fails, and the run must end with one of the outcomes the controller is
-// designed to reach for it, without a crash and with every block returned.
-// Every run either verifies every declared file or fails:
-// - the chunk of the header-only transfer lost: it holds only the link's
-//   16 bytes of slack, so the delivery succeeds, both files verified;
-// - a checksum of the diagnostic folder dump lost: only the dump is cut
-//   short, the delivery succeeds, both files verified;
-// - a later chunk lost or a failed step of the verification (a record or
-//   list node of the description included): the upload reply says 0, the
-//   first status query gets "finished, error in firmware file" (21),
-//   dlfinish(1), execute returns 0;
-// - the last chunk lost: the upload reply still says 0, the run ends with
-//   "Unknown Package version", dlfinish(1), execute returns 1.
+// blocks. A clean delivery counts them; then, for every i, allocation i fails
+// (all but the message object's own records, whose failure its constructor
+// does not handle), and every run returns each block through the platform's
+// free with a null pool, answers the upload with result 0, and either
+// verifies every declared file or fails:
+// - allocation 1, the chunk of the header-only transfer, which holds only the
+//   link's 16 bytes of slack: the delivery succeeds, dlfinish(0), both files
+//   verified;
+// - a later chunk but the last: "Data recv error", the first status query
+//   gets "finished, error in firmware file" (21), dlfinish(1), execute
+//   returns 0;
+// - the last chunk: the upload reply is the only one, the run ends with
+//   "Unknown Package version", dlfinish(1), execute returns 1;
+// - an allocation of the verification: a step fails (a record or list node
+//   of the description included: "Faild Verify process", the first status
+//   query gets 21, dlfinish(1), execute returns 0), or only a checksum of the
+//   diagnostic folder dump is lost and the delivery succeeds, dlfinish(0),
+//   both files verified.
 #include "qav_mnt_fwupdate_ctrl_exec_mode.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cstdint>
-#include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "bsd_sum.h"
+#include "controller_run.h"
 #include "fake_platform.h"
-#include "temp_dir.h"
+#include "test_package.h"
+#include "wire_header.h"
 #include "utl_lib_xml_vexa_firmware_upgrade_service.h"
 
 using namespace norvane;
@@ -45,69 +48,27 @@ namespace {
 const std::string WORK_DIR = "/tmp/fwupdate/update";
 const size_t PIECE_SIZE = 1000;
 
-std::string be16_(uint16_t value)
+const std::string UPLOAD_OK = norvane_test::upload_reply(1, 0);
+const std::string FINISHED_OK_2 = norvane_test::status_reply(2, 2, 0);
+const std::string FINISHED_OK_3 = norvane_test::status_reply(3, 2, 0);
+const std::string FINISHED_FW_ERROR_2 = norvane_test::status_reply(2, 2, 21);
+
+// The files of the sample package; the first file's bytes do not compress,
+// so that the package spans several chunks.
+std::vector<norvane_test::package_file> sample_files_()
 {
-    return std::string{static_cast<char>(value >> 8), static_cast<char>(value & 0xFF)};
-}
-
-std::string header_(uint16_t request_id, uint16_t result_code, uint16_t command,
-                    uint16_t option_code, uint32_t data_size)
-{
-    return be16_(1) + be16_(0) + be16_(request_id) + be16_(result_code) + be16_(command) +
-           be16_(option_code) + be16_(static_cast<uint16_t>(data_size >> 16)) +
-           be16_(static_cast<uint16_t>(data_size & 0xFFFF));
-}
-
-const std::string UPLOAD_OK = header_(1, 0, 0x8012, 0, 0);
-const std::string FINISHED_OK_2 = header_(2, 0, 0x8013, 2, 0);
-const std::string FINISHED_OK_3 = header_(3, 0, 0x8013, 2, 0);
-const std::string FINISHED_FW_ERROR_2 = header_(2, 21, 0x8013, 2, 0);
-
-// The two files of the package, as the verification lists them.
-struct package_file {
-    std::string name;
-    std::string bytes;
-};
-
-// The files of the sample package: bytes that do not compress, so that the
-// package spans several chunks, and a short text.
-std::vector<package_file> sample_files_()
-{
-    std::string main_bin;
-    uint32_t state = 20261122;
-    for (int i = 0; i < 3000; ++i) {
-        state = state * 1103515245u + 12345u;
-        main_bin += static_cast<char>((state >> 16) & 0xFF);
-    }
-    return {{"main.bin", main_bin}, {"notes.txt", "firmware notes\n"}};
+    return norvane_test::sample_files(3000, 15);
 }
 
 // A real zip of the files and their truthful description.
 std::string sample_package_()
 {
-    std::string xml = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<firmware_package>\n"
-                      "  <package_version>1.2.3</package_version>\n"
-                      "  <download_information>\n    <type>MAIN</type>\n";
-    norvane_test::temp_dir dir;
-    for (const package_file& file : sample_files_()) {
-        xml += "    <data_information>\n      <filename>" + file.name +
-               "</filename>\n      <checksum>" + norvane_test::bsd_sum_text(file.bytes) +
-               "</checksum>\n      <size>" + std::to_string(file.bytes.size()) +
-               "</size>\n    </data_information>\n";
-        dir.write_file(file.name, file.bytes);
-    }
-    xml += "  </download_information>\n"
-           "  <package_type>DEVICE_FIRMWARE</package_type>\n</firmware_package>\n";
-    dir.write_file("FW_package.xml", xml);
-    const std::string command =
-        "cd " + dir.path() + " && zip -q -X package.zip FW_package.xml main.bin notes.txt";
-    EXPECT_EQ(0, std::system(command.c_str()));
-    return norvane_test::read_file_bytes(dir.file("package.zip"));
+    return norvane_test::zip_package(sample_files_(), "1.2.3", "DEVICE_FIRMWARE");
 }
 
 // How often the log lists the file with its true size and checksum among the
 // lists it compared: twice (declared and found) when the file was verified.
-int times_listed_(const std::string& log, const package_file& file)
+int times_listed_(const std::string& log, const norvane_test::package_file& file)
 {
     const std::string line = "[INF] dsp_verify_list(): verify_xml_list file_name:[" + file.name +
                              "] file_size:[" + std::to_string(file.bytes.size()) +
@@ -131,11 +92,11 @@ struct delivery {
 // and gives up once the controller has returned.
 class sweep_phone {
 public:
-    explicit sweep_phone(const std::atomic<bool>& done) : done_(done) {}
+    explicit sweep_phone(const norvane_test::controller_run& run) : run_(run) {}
 
     bool idle() const
     {
-        while (!done_.load()) {
+        while (!run_.returned()) {
             if (fake_os_wrapper::wait_receiver_idle(100)) {
                 return true;
             }
@@ -149,7 +110,7 @@ public:
         if (!idle()) {
             return;
         }
-        fake_aoa::inject(header_(1, 0, 18, 0, static_cast<uint32_t>(package.size())));
+        fake_aoa::inject(norvane_test::upload_header(1, static_cast<uint32_t>(package.size())));
         for (size_t at = 0; at < package.size(); at += PIECE_SIZE) {
             if (!idle()) {
                 return;
@@ -160,12 +121,12 @@ public:
             if (!idle()) {
                 return;
             }
-            fake_aoa::inject(header_(static_cast<uint16_t>(option + 1), 0, 19, option, 0));
+            fake_aoa::inject(norvane_test::status_query(static_cast<uint16_t>(option + 1), option));
         }
     }
 
 private:
-    const std::atomic<bool>& done_;
+    const norvane_test::controller_run& run_;
 };
 
 delivery deliver_(const std::string& package)
@@ -175,12 +136,10 @@ delivery deliver_(const std::string& package)
     delivery out;
     testing::internal::CaptureStderr();
     {
-        std::atomic<bool> done(false);
         qav_mnt_fwupdate_ctrl_exec_mode ctrl;
-        std::thread phone_thread([&done, &package] { sweep_phone(done).deliver(package); });
-        out.execute_ret = ctrl.execute();
-        done = true;
-        phone_thread.join();
+        norvane_test::controller_run run(ctrl);
+        sweep_phone(run).deliver(package);
+        out.execute_ret = run.finish(20000);
     }
     out.log = testing::internal::GetCapturedStderr();
     out.replies = fake_aoa::sent();
@@ -245,7 +204,7 @@ TEST_F(ctrl_exec_mode_allocation_sweep_test, clean_delivery_succeeds_and_returns
     EXPECT_EQ((std::vector<std::string>{UPLOAD_OK, FINISHED_OK_2, FINISHED_OK_3}), clean.replies);
     EXPECT_TRUE(contains_(clean.log, "[IMP] finalize_(): osl_mdev_upd_fwup_dlfinish os_ret[0] "
                                      "result[0] exec_state[5]\n"));
-    for (const package_file& file : sample_files_()) {
+    for (const norvane_test::package_file& file : sample_files_()) {
         EXPECT_EQ(2, times_listed_(clean.log, file)) << file.name;
     }
     EXPECT_GT(fake_os_wrapper::allocations(), 0);
@@ -318,7 +277,7 @@ TEST_F(ctrl_exec_mode_allocation_sweep_test, every_failed_allocation_verifies_ev
             EXPECT_TRUE(i == 1 || i > chunks);
             ASSERT_FALSE(run.update_calls.empty());
             EXPECT_EQ("dlfinish 0", run.update_calls.back());
-            for (const package_file& file : sample_files_()) {
+            for (const norvane_test::package_file& file : sample_files_()) {
                 EXPECT_EQ(2, times_listed_(run.log, file)) << file.name;
             }
         } else {

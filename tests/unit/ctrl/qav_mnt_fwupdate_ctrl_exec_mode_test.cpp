@@ -22,8 +22,11 @@
 #include <thread>
 
 #include "bsd_sum.h"
+#include "controller_run.h"
 #include "fake_platform.h"
 #include "temp_dir.h"
+#include "test_package.h"
+#include "wire_header.h"
 
 using namespace norvane;
 using norvane_fake::fake_aoa;
@@ -37,121 +40,44 @@ const std::string WORK_DIR = "/tmp/fwupdate/update";
 const std::string PACKAGE_PATH = WORK_DIR + "/qav_mnt_fwpackage.zip";
 const int WAIT_MS = 20000;
 
-std::string be16_(uint16_t value)
-{
-    return std::string{static_cast<char>(value >> 8), static_cast<char>(value & 0xFF)};
-}
-
-std::string be32_(uint32_t value)
-{
-    return be16_(static_cast<uint16_t>(value >> 16)) + be16_(static_cast<uint16_t>(value));
-}
-
-// A 16-byte header in wire order.
+// Headers as the phone writes them and as the controller's replies leave,
+// version 1, reserved 0 unless a test says otherwise.
 std::string header_(uint16_t version, uint16_t reserved, uint16_t request_id,
                     uint16_t result_code, uint16_t command, uint16_t option_code,
                     uint32_t data_size)
 {
-    return be16_(version) + be16_(reserved) + be16_(request_id) + be16_(result_code) +
-           be16_(command) + be16_(option_code) + be32_(data_size);
+    return norvane_test::wire_header(version, reserved, request_id, result_code, command,
+                                     option_code, data_size);
 }
 
-std::string upload_header_(uint16_t request_id, uint32_t data_size)
+using norvane_test::upload_header;
+using norvane_test::status_query;
+using norvane_test::upload_reply;
+using norvane_test::status_reply;
+
+// Two files, one of 3000 bytes that do not compress, so the package spans
+// several chunks.
+std::vector<norvane_test::package_file> sample_files_()
 {
-    return header_(1, 0, request_id, 0, 18, 0, data_size);
+    return {norvane_test::sample_files(3000, 0)[0], {"notes.txt", "firmware notes\n"}};
 }
 
-std::string query_(uint16_t request_id, uint16_t option_code)
-{
-    return header_(1, 0, request_id, 0, 19, option_code, 0);
-}
-
-std::string upload_reply_(uint16_t request_id, uint16_t result_code)
-{
-    return header_(1, 0, request_id, result_code, 0x8012, 0, 0);
-}
-
-std::string status_reply_(uint16_t request_id, uint16_t option_code, uint16_t result_code)
-{
-    return header_(1, 0, request_id, result_code, 0x8013, option_code, 0);
-}
-
-struct package_entry {
-    std::string name;
-    std::string bytes;
-};
-
-std::string data_information_(const std::string& name, size_t size, const std::string& checksum)
-{
-    return "      <data_information>\n"
-           "        <filename>" + name + "</filename>\n"
-           "        <checksum>" + checksum + "</checksum>\n"
-           "        <size>" + std::to_string(size) + "</size>\n"
-           "      </data_information>\n";
-}
-
-// The package description for the files, declared with their real sizes and
-// sums. An empty type_name leaves the package_type element out.
-std::string package_xml_(const std::string& version, const std::string& type_name,
-                         const std::vector<package_entry>& files)
-{
-    std::string xml = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-                      "<firmware_package>\n"
-                      "  <is_encrypted_url>OFF</is_encrypted_url>\n"
-                      "  <package_version>" + version + "</package_version>\n"
-                      "  <download_information>\n"
-                      "    <type>MAIN</type>\n";
-    for (const package_entry& file : files) {
-        xml += data_information_(file.name, file.bytes.size(),
-                                 norvane_test::bsd_sum_text(file.bytes));
-    }
-    xml += "  </download_information>\n";
-    if (!type_name.empty()) {
-        xml += "  <package_type>" + type_name + "</package_type>\n";
-    }
-    xml += "</firmware_package>\n";
-    return xml;
-}
-
-// Zips the files and FW_package.xml with the zip tool; returns the archive.
-std::string make_zip_(const std::vector<package_entry>& files, const std::string& xml)
-{
-    norvane_test::temp_dir dir;
-    std::string names = "FW_package.xml";
-    dir.write_file("FW_package.xml", xml);
-    for (const package_entry& file : files) {
-        dir.write_file(file.name, file.bytes);
-        names += " " + file.name;
-    }
-    std::string command = "cd " + dir.path() + " && zip -q -X package.zip " + names;
-    EXPECT_EQ(0, std::system(command.c_str()));
-    return norvane_test::read_file_bytes(dir.file("package.zip"));
-}
-
-std::vector<package_entry> sample_files_()
-{
-    std::string big;
-    for (int i = 0; i < 3000; ++i) {
-        big += static_cast<char>((i * 7 + 3) & 0xFF);
-    }
-    return {{"main.bin", big}, {"notes.txt", "firmware notes\n"}};
-}
-
+// The sample files with a truthful description of the package type; an empty
+// type_name leaves the package_type element out.
 std::string sample_package_(const std::string& type_name)
 {
-    std::vector<package_entry> files = sample_files_();
-    return make_zip_(files, package_xml_("1.2.3", type_name, files));
+    return norvane_test::zip_package(sample_files_(), "1.2.3", type_name);
 }
 
 // A package whose description declares a wrong checksum for notes.txt.
 std::string package_with_wrong_checksum_()
 {
-    std::vector<package_entry> files = sample_files_();
-    std::string xml = package_xml_("1.2.3", "DEVICE_FIRMWARE", files);
-    std::string right = norvane_test::bsd_sum_text(files[1].bytes);
-    std::string wrong = right == "00001" ? "00002" : "00001";
-    xml.replace(xml.find("<checksum>" + right), 10 + right.size(), "<checksum>" + wrong);
-    return make_zip_(files, xml);
+    std::vector<norvane_test::package_file> files = sample_files_();
+    std::vector<norvane_test::declared_file> declared = norvane_test::truthful_declarations(files);
+    declared[1].checksum = declared[1].checksum == "00001" ? "00002" : "00001";
+    return norvane_test::zip_package(files,
+                                     norvane_test::package_description(declared, "1.2.3",
+                                                                       "DEVICE_FIRMWARE"));
 }
 
 bool idle_()
@@ -168,14 +94,14 @@ void deliver_(const std::string& transfer)
 // transfer's length, so the stored file is the body and 16 bytes of slack.
 void upload_in_one_transfer_(uint16_t request_id, const std::string& body)
 {
-    deliver_(upload_header_(request_id, static_cast<uint32_t>(body.size())) + body);
+    deliver_(upload_header(request_id, static_cast<uint32_t>(body.size())) + body);
 }
 
 // A header-only transfer (stored as 16 bytes of slack) and, once the
 // controller has handled it, the body in pieces of piece_size bytes.
 void upload_in_pieces_(uint16_t request_id, const std::string& body, size_t piece_size)
 {
-    deliver_(upload_header_(request_id, static_cast<uint32_t>(body.size())));
+    deliver_(upload_header(request_id, static_cast<uint32_t>(body.size())));
     EXPECT_TRUE(idle_());
     for (size_t at = 0; at < body.size(); at += piece_size) {
         deliver_(body.substr(at, piece_size));
@@ -187,9 +113,9 @@ void upload_in_pieces_(uint16_t request_id, const std::string& body, size_t piec
 void confirm_(uint16_t first_request_id)
 {
     ASSERT_TRUE(idle_());
-    deliver_(query_(first_request_id, 1));
+    deliver_(status_query(first_request_id, 1));
     ASSERT_TRUE(idle_());
-    deliver_(query_(static_cast<uint16_t>(first_request_id + 1), 2));
+    deliver_(status_query(static_cast<uint16_t>(first_request_id + 1), 2));
 }
 
 const std::set<std::string> CONTROLLER_OPERATIONS = {
@@ -296,13 +222,13 @@ protected:
         }
     }
 
-    // Runs the controller on this thread while phone plays the other side.
+    // Runs the controller on a thread of its own while phone plays the
+    // other side on this one; a failing phone does not leave it waiting.
     int run_(qav_mnt_fwupdate_ctrl_exec_mode& ctrl, const std::function<void()>& phone)
     {
-        std::thread phone_thread(phone);
-        int ret = ctrl.execute();
-        phone_thread.join();
-        return ret;
+        norvane_test::controller_run run(ctrl);
+        phone();
+        return run.finish(WAIT_MS);
     }
 
     int run_(const std::function<void()>& phone)
@@ -319,6 +245,22 @@ protected:
             ASSERT_TRUE(idle_());
             upload_in_one_transfer_(request_id, body);
             confirm_(static_cast<uint16_t>(request_id + 1));
+        });
+    }
+
+    // The upload in one transfer and a status query (option 1) that reaches
+    // the queue before the verification message; after its reply, the
+    // confirmation (option 2).
+    int upload_with_an_overtaking_query_(const std::string& body)
+    {
+        return run_([&body] {
+            ASSERT_TRUE(idle_());
+            fake_os_wrapper::hold_receive(true);
+            upload_in_one_transfer_(1, body);
+            deliver_(status_query(2, 1));
+            fake_os_wrapper::hold_receive(false);
+            ASSERT_TRUE(fake_aoa::wait_sent(2, WAIT_MS));
+            deliver_(status_query(3, 2));
         });
     }
 
@@ -496,7 +438,7 @@ TEST_F(ctrl_exec_mode_test, a_message_lost_by_a_failing_queue_send_is_never_answ
     int ret = run_([] {
         ASSERT_TRUE(idle_());
         fake_os_wrapper::fail_next_send(34);
-        deliver_(query_(5, 1));
+        deliver_(status_query(5, 1));
         ASSERT_TRUE(idle_());
         deliver_(header_(1, 0, 6, 0, 0x1200, 0, 0));
     });
@@ -521,7 +463,7 @@ TEST_F(ctrl_exec_mode_test, failing_to_queue_the_verification_finishes_without_a
         fake_os_wrapper::hold_receive(false);
     });
     EXPECT_EQ(1, ret);
-    EXPECT_EQ(std::vector<std::string>{upload_reply_(0x21, 0)}, fake_aoa::sent());
+    EXPECT_EQ(std::vector<std::string>{upload_reply(0x21, 0)}, fake_aoa::sent());
     EXPECT_EQ((std::vector<std::string>{"dlstart", "dlfinish 1"}), fake_upd::calls());
     EXPECT_EQ(after_init_({
                       change_("CONNECT", "DOWNLOAD"),
@@ -585,10 +527,10 @@ TEST_F(ctrl_exec_mode_test, query_with_option_7_gets_option_2_result_21_and_ends
 {
     int ret = run_([] {
         ASSERT_TRUE(idle_());
-        deliver_(query_(0x77, 7));
+        deliver_(status_query(0x77, 7));
     });
     EXPECT_EQ(0, ret);
-    EXPECT_EQ(std::vector<std::string>{status_reply_(0x77, 2, 21)}, fake_aoa::sent());
+    EXPECT_EQ(std::vector<std::string>{status_reply(0x77, 2, 21)}, fake_aoa::sent());
     EXPECT_EQ((std::vector<std::string>{"dlstart", "dlfinish 1"}), fake_upd::calls());
     EXPECT_EQ(after_init_({
                       "[ERR] check_fwupdate_state_(): Unknown option code. [0x0007]",
@@ -604,10 +546,10 @@ TEST_F(ctrl_exec_mode_test, failing_status_reply_ends_the_run_as_a_link_error)
     int ret = run_([] {
         ASSERT_TRUE(idle_());
         fake_aoa::fail_next_send(4);
-        deliver_(query_(0x31, 1));
+        deliver_(status_query(0x31, 1));
     });
     EXPECT_EQ(0, ret);
-    EXPECT_EQ(std::vector<std::string>{status_reply_(0x31, 1, 0)}, fake_aoa::sent());
+    EXPECT_EQ(std::vector<std::string>{status_reply(0x31, 1, 0)}, fake_aoa::sent());
     std::string log = log_();
     EXPECT_TRUE(contains_line_(log, "[ERR] send(): osl_mdev_aoa_send mdev_ret:[0x00000004]"));
     EXPECT_EQ(after_init_({
@@ -640,7 +582,7 @@ TEST_F(ctrl_exec_mode_test, body_after_the_run_finished_is_queued_as_unknown)
     qav_mnt_fwupdate_ctrl_exec_mode ctrl;
     int ret = run_(ctrl, [] {
         ASSERT_TRUE(idle_());
-        deliver_(query_(1, 9));
+        deliver_(status_query(1, 9));
     });
     EXPECT_EQ(0, ret);
     EXPECT_EQ(1, ctrl.act_notify_recv_body(3, "xyz", 1));
@@ -653,14 +595,14 @@ TEST_F(ctrl_exec_mode_test, upload_without_body_opens_the_file_and_sends_no_repl
 {
     int ret = run_([] {
         ASSERT_TRUE(idle_());
-        deliver_(upload_header_(0x41, 0));
+        deliver_(upload_header(0x41, 0));
         ASSERT_TRUE(idle_());
-        deliver_(query_(0x42, 1));
+        deliver_(status_query(0x42, 1));
         ASSERT_TRUE(idle_());
         deliver_(header_(1, 0, 0x43, 0, 0x0001, 0, 0));
     });
     EXPECT_EQ(1, ret);
-    EXPECT_EQ(std::vector<std::string>{status_reply_(0x42, 1, 0)}, fake_aoa::sent());
+    EXPECT_EQ(std::vector<std::string>{status_reply(0x42, 1, 0)}, fake_aoa::sent());
     EXPECT_TRUE(std::filesystem::is_regular_file(PACKAGE_PATH));
     EXPECT_EQ(0u, std::filesystem::file_size(PACKAGE_PATH));
     EXPECT_EQ(0, fake_os_wrapper::allocations());
@@ -677,18 +619,18 @@ TEST_F(ctrl_exec_mode_test, a_second_upload_request_keeps_the_state_silently_and
     std::string body = "0123456789";
     int ret = run_([&body] {
         ASSERT_TRUE(idle_());
-        deliver_(upload_header_(0x51, 0));
+        deliver_(upload_header(0x51, 0));
         ASSERT_TRUE(idle_());
-        deliver_(upload_header_(0x52, static_cast<uint32_t>(body.size())));
+        deliver_(upload_header(0x52, static_cast<uint32_t>(body.size())));
         deliver_(body);
         ASSERT_TRUE(idle_());
-        deliver_(query_(0x53, 2));
+        deliver_(status_query(0x53, 2));
     });
     EXPECT_EQ(0, ret);
     std::vector<std::string> sent = fake_aoa::sent();
     ASSERT_EQ(2u, sent.size());
-    EXPECT_EQ(upload_reply_(0x52, 0), sent[0]);
-    EXPECT_EQ(status_reply_(0x53, 2, 21), sent[1]);
+    EXPECT_EQ(upload_reply(0x52, 0), sent[0]);
+    EXPECT_EQ(status_reply(0x53, 2, 21), sent[1]);
     std::vector<std::string> lines = controller_lines_(log_());
     EXPECT_EQ(1, std::count(lines.begin(), lines.end(), change_("CONNECT", "DOWNLOAD")));
     EXPECT_EQ(after_init_({change_("CONNECT", "DOWNLOAD"),
@@ -705,12 +647,12 @@ TEST_F(ctrl_exec_mode_test, an_upload_request_after_the_upload_reopens_and_trunc
         upload_in_one_transfer_(0x61, body);
         ASSERT_TRUE(idle_());
         EXPECT_EQ(body.size() + 16, std::filesystem::file_size(PACKAGE_PATH));
-        deliver_(upload_header_(0x62, 0));
+        deliver_(upload_header(0x62, 0));
         ASSERT_TRUE(idle_());
         deliver_(header_(1, 0, 0x63, 0, 0x0020, 0, 0));
     });
     EXPECT_EQ(1, ret);
-    EXPECT_EQ(std::vector<std::string>{upload_reply_(0x61, 0)}, fake_aoa::sent());
+    EXPECT_EQ(std::vector<std::string>{upload_reply(0x61, 0)}, fake_aoa::sent());
     EXPECT_EQ(0u, std::filesystem::file_size(PACKAGE_PATH));
     std::vector<std::string> lines = controller_lines_(log_());
     EXPECT_EQ(after_init_({
@@ -727,7 +669,7 @@ TEST_F(ctrl_exec_mode_test, unopenable_package_file_finishes_without_a_reply)
     std::filesystem::create_directories(PACKAGE_PATH);
     int ret = run_([] {
         ASSERT_TRUE(idle_());
-        deliver_(upload_header_(0x71, 0));
+        deliver_(upload_header(0x71, 0));
     });
     EXPECT_EQ(0, ret);
     EXPECT_TRUE(fake_aoa::sent().empty());
@@ -774,7 +716,7 @@ TEST_F(ctrl_exec_mode_test, failed_allocation_of_the_last_chunk_replies_0_and_en
         upload_in_pieces_(0x91, body, 1000);
     });
     EXPECT_EQ(1, ret);
-    EXPECT_EQ(std::vector<std::string>{upload_reply_(0x91, 0)}, fake_aoa::sent());
+    EXPECT_EQ(std::vector<std::string>{upload_reply(0x91, 0)}, fake_aoa::sent());
     EXPECT_EQ((std::vector<std::string>{"dlstart", "dlfinish 1"}), fake_upd::calls());
     EXPECT_EQ((std::vector<int>{16, 1000}), fake_os_wrapper::allocation_sizes());
     EXPECT_EQ(0, fake_os_wrapper::blocks_outstanding());
@@ -797,13 +739,13 @@ TEST_F(ctrl_exec_mode_test, failed_allocation_of_a_middle_chunk_loses_it_without
         fake_os_wrapper::fail_allocation_number(3);
         upload_in_pieces_(0xA1, body, 300);
         ASSERT_TRUE(idle_());
-        deliver_(query_(0xA2, 1));
+        deliver_(status_query(0xA2, 1));
     });
     EXPECT_EQ(0, ret);
     std::vector<std::string> sent = fake_aoa::sent();
     ASSERT_EQ(2u, sent.size());
-    EXPECT_EQ(upload_reply_(0xA1, 0), sent[0]);
-    EXPECT_EQ(status_reply_(0xA2, 2, 21), sent[1]);
+    EXPECT_EQ(upload_reply(0xA1, 0), sent[0]);
+    EXPECT_EQ(status_reply(0xA2, 2, 21), sent[1]);
     EXPECT_EQ(std::string(16, '\0') + std::string(300, 'a') + std::string(300, 'c'),
               norvane_test::read_file_bytes(PACKAGE_PATH));
     std::vector<std::string> lines = controller_lines_(log_());
@@ -822,13 +764,13 @@ TEST_F(ctrl_exec_mode_test, failed_write_of_an_earlier_chunk_replies_20_and_stil
     std::filesystem::create_symlink("/dev/full", PACKAGE_PATH);
     int ret = run_([] {
         ASSERT_TRUE(idle_());
-        deliver_(upload_header_(0xB1, 20000) + std::string(10000, 'w'));
+        deliver_(upload_header(0xB1, 20000) + std::string(10000, 'w'));
         deliver_(std::string(10000, 'x'));
         ASSERT_TRUE(idle_());
-        deliver_(query_(0xB2, 1));
+        deliver_(status_query(0xB2, 1));
     });
     EXPECT_EQ(0, ret);
-    EXPECT_EQ((std::vector<std::string>{upload_reply_(0xB1, 20), status_reply_(0xB2, 2, 21)}),
+    EXPECT_EQ((std::vector<std::string>{upload_reply(0xB1, 20), status_reply(0xB2, 2, 21)}),
               fake_aoa::sent());
     EXPECT_EQ(0, fake_os_wrapper::blocks_outstanding());
     std::string log = log_();
@@ -845,13 +787,13 @@ TEST_F(ctrl_exec_mode_test, query_while_a_download_error_is_set_answers_result_0
     int ret = run_([] {
         ASSERT_TRUE(idle_());
         fake_os_wrapper::hold_receive(true);
-        deliver_(upload_header_(0xC1, 20000) + std::string(10000, 'w'));
+        deliver_(upload_header(0xC1, 20000) + std::string(10000, 'w'));
         deliver_(std::string(10000, 'x'));
-        deliver_(query_(0xC2, 1));
+        deliver_(status_query(0xC2, 1));
         fake_os_wrapper::hold_receive(false);
     });
     EXPECT_EQ(0, ret);
-    EXPECT_EQ((std::vector<std::string>{upload_reply_(0xC1, 20), status_reply_(0xC2, 2, 0)}),
+    EXPECT_EQ((std::vector<std::string>{upload_reply(0xC1, 20), status_reply(0xC2, 2, 0)}),
               fake_aoa::sent());
     EXPECT_EQ(after_init_({change_("CONNECT", "DOWNLOAD"), error_("DOWNLOAD"),
                                            change_("DOWNLOAD", "VERIFY"),
@@ -864,10 +806,10 @@ TEST_F(ctrl_exec_mode_test, failed_write_of_the_last_chunk_replies_20_and_finish
     std::filesystem::create_symlink("/dev/full", PACKAGE_PATH);
     int ret = run_([] {
         ASSERT_TRUE(idle_());
-        deliver_(upload_header_(0xD1, 10000) + std::string(10000, 'w'));
+        deliver_(upload_header(0xD1, 10000) + std::string(10000, 'w'));
     });
     EXPECT_EQ(0, ret);
-    EXPECT_EQ(std::vector<std::string>{upload_reply_(0xD1, 20)}, fake_aoa::sent());
+    EXPECT_EQ(std::vector<std::string>{upload_reply(0xD1, 20)}, fake_aoa::sent());
     EXPECT_EQ((std::vector<std::string>{"dlstart", "dlfinish 1"}), fake_upd::calls());
     std::string log = log_();
     EXPECT_NE(std::string::npos,
@@ -883,10 +825,10 @@ TEST_F(ctrl_exec_mode_test, failed_close_replies_0_and_finishes_with_unknown_typ
     std::filesystem::create_symlink("/dev/full", PACKAGE_PATH);
     int ret = run_([] {
         ASSERT_TRUE(idle_());
-        deliver_(upload_header_(0xE1, 100) + std::string(100, 'c'));
+        deliver_(upload_header(0xE1, 100) + std::string(100, 'c'));
     });
     EXPECT_EQ(1, ret);
-    EXPECT_EQ(std::vector<std::string>{upload_reply_(0xE1, 0)}, fake_aoa::sent());
+    EXPECT_EQ(std::vector<std::string>{upload_reply(0xE1, 0)}, fake_aoa::sent());
     EXPECT_EQ((std::vector<std::string>{"dlstart", "dlfinish 1"}), fake_upd::calls());
     std::string log = log_();
     EXPECT_NE(std::string::npos, log.find("[ERR] close_file(): Failed to close the file. pfile=[0x"));
@@ -902,10 +844,10 @@ TEST_F(ctrl_exec_mode_test, failed_upload_reply_finishes_as_a_link_error)
     int ret = run_([] {
         ASSERT_TRUE(idle_());
         fake_aoa::fail_next_send(4);
-        deliver_(upload_header_(0xF1, 5) + "hello");
+        deliver_(upload_header(0xF1, 5) + "hello");
     });
     EXPECT_EQ(0, ret);
-    EXPECT_EQ(std::vector<std::string>{upload_reply_(0xF1, 0)}, fake_aoa::sent());
+    EXPECT_EQ(std::vector<std::string>{upload_reply(0xF1, 0)}, fake_aoa::sent());
     EXPECT_EQ((std::vector<std::string>{"dlstart", "dlfinish 1"}), fake_upd::calls());
     EXPECT_EQ(std::string("hello") + std::string(16, '\0'),
               norvane_test::read_file_bytes(PACKAGE_PATH));
@@ -934,16 +876,16 @@ TEST_F(ctrl_exec_mode_test, verified_package_in_pieces_records_the_device_versio
         confirm_(0x0102);
     });
     EXPECT_EQ(0, ret);
-    EXPECT_EQ((std::vector<std::string>{upload_reply_(0x0101, 0), status_reply_(0x0102, 2, 0),
-                                        status_reply_(0x0103, 2, 0)}),
+    EXPECT_EQ((std::vector<std::string>{upload_reply(0x0101, 0), status_reply(0x0102, 2, 0),
+                                        status_reply(0x0103, 2, 0)}),
               fake_aoa::sent());
     EXPECT_EQ((std::vector<std::string>{"dlstart", "flopen FIRMWARE_VERSION_DEVICE 1",
                                         "flwrite 0 6", "flclose 0", "dlfinish 0"}),
               fake_upd::calls());
     EXPECT_EQ(std::string("1.2.3\0", 6), fake_upd::records()["FIRMWARE_VERSION_DEVICE"]);
     EXPECT_FALSE(std::filesystem::exists(PACKAGE_PATH));
-    std::vector<package_entry> files = sample_files_();
-    EXPECT_EQ(files[0].bytes, norvane_test::read_file_bytes(WORK_DIR + "/main.bin"));
+    std::vector<norvane_test::package_file> files = sample_files_();
+    EXPECT_EQ(files[0].bytes, norvane_test::read_file_bytes(WORK_DIR + "/main_firmware.bin"));
     EXPECT_EQ(files[1].bytes, norvane_test::read_file_bytes(WORK_DIR + "/notes.txt"));
     EXPECT_TRUE(std::filesystem::exists(WORK_DIR + "/FW_package.xml"));
     EXPECT_EQ(0, fake_os_wrapper::blocks_outstanding());
@@ -983,12 +925,12 @@ TEST_F(ctrl_exec_mode_test, the_same_package_is_stored_alike_at_every_transfer_s
             ASSERT_TRUE(idle_());
             upload_in_pieces_(0x0111, body, piece_size);
             ASSERT_TRUE(idle_());
-            deliver_(query_(0x0112, 2));
+            deliver_(status_query(0x0112, 2));
         });
         EXPECT_EQ(0, ret);
         EXPECT_EQ(std::string(16, '\0') + body, norvane_test::read_file_bytes(PACKAGE_PATH))
             << "piece size " << piece_size;
-        EXPECT_EQ((std::vector<std::string>{upload_reply_(0x0111, 0), status_reply_(0x0112, 2, 21)}),
+        EXPECT_EQ((std::vector<std::string>{upload_reply(0x0111, 0), status_reply(0x0112, 2, 21)}),
                   fake_aoa::sent());
         EXPECT_EQ(0, fake_os_wrapper::blocks_outstanding());
     }
@@ -1066,10 +1008,10 @@ TEST_F(ctrl_exec_mode_test, failed_verification_is_answered_21_and_ends_with_0)
         ASSERT_TRUE(idle_());
         upload_in_one_transfer_(0x0701, body);
         ASSERT_TRUE(idle_());
-        deliver_(query_(0x0702, 1));
+        deliver_(status_query(0x0702, 1));
     });
     EXPECT_EQ(0, ret);
-    EXPECT_EQ((std::vector<std::string>{upload_reply_(0x0701, 0), status_reply_(0x0702, 2, 21)}),
+    EXPECT_EQ((std::vector<std::string>{upload_reply(0x0701, 0), status_reply(0x0702, 2, 21)}),
               fake_aoa::sent());
     EXPECT_EQ((std::vector<std::string>{"dlstart", "dlfinish 1"}), fake_upd::calls());
     EXPECT_TRUE(std::filesystem::exists(PACKAGE_PATH));
@@ -1088,15 +1030,15 @@ TEST_F(ctrl_exec_mode_test, query_behind_the_last_chunk_is_answered_before_verif
         ASSERT_TRUE(idle_());
         fake_os_wrapper::hold_receive(true);
         upload_in_one_transfer_(0x0801, body);
-        deliver_(query_(0x0802, 2));
+        deliver_(status_query(0x0802, 2));
         fake_os_wrapper::hold_receive(false);
         ASSERT_TRUE(idle_());
         // Now verified (and failed): option 2 in VERIFY ends the run with 21.
-        deliver_(query_(0x0803, 2));
+        deliver_(status_query(0x0803, 2));
     });
     EXPECT_EQ(0, ret);
-    EXPECT_EQ((std::vector<std::string>{upload_reply_(0x0801, 0), status_reply_(0x0802, 2, 0),
-                                        status_reply_(0x0803, 2, 21)}),
+    EXPECT_EQ((std::vector<std::string>{upload_reply(0x0801, 0), status_reply(0x0802, 2, 0),
+                                        status_reply(0x0803, 2, 21)}),
               fake_aoa::sent());
     EXPECT_EQ((std::vector<std::string>{"dlstart", "dlfinish 1"}), fake_upd::calls());
     EXPECT_EQ(after_init_({change_("CONNECT", "DOWNLOAD"),
@@ -1112,15 +1054,15 @@ TEST_F(ctrl_exec_mode_test, queries_in_verify_without_error_are_finished_and_kee
         ASSERT_TRUE(idle_());
         fake_os_wrapper::hold_receive(true);
         upload_in_one_transfer_(0x0901, body);
-        deliver_(query_(0x0902, 1));
-        deliver_(query_(0x0903, 2));
+        deliver_(status_query(0x0902, 1));
+        deliver_(status_query(0x0903, 2));
         fake_os_wrapper::hold_receive(false);
         ASSERT_TRUE(idle_());
-        deliver_(query_(0x0904, 2));
+        deliver_(status_query(0x0904, 2));
     });
     EXPECT_EQ(0, ret);
-    EXPECT_EQ((std::vector<std::string>{upload_reply_(0x0901, 0), status_reply_(0x0902, 2, 0),
-                                        status_reply_(0x0903, 2, 0), status_reply_(0x0904, 2, 0)}),
+    EXPECT_EQ((std::vector<std::string>{upload_reply(0x0901, 0), status_reply(0x0902, 2, 0),
+                                        status_reply(0x0903, 2, 0), status_reply(0x0904, 2, 0)}),
               fake_aoa::sent());
     EXPECT_EQ(after_init_({change_("CONNECT", "DOWNLOAD"),
                                            change_("DOWNLOAD", "VERIFY"),
@@ -1142,7 +1084,7 @@ TEST_F(ctrl_exec_mode_test, body_in_wait_checking_result_ends_the_run_with_1)
         fake_os_wrapper::hold_receive(false);
     });
     EXPECT_EQ(1, ret);
-    EXPECT_EQ((std::vector<std::string>{upload_reply_(0x0A01, 0), status_reply_(0x0A02, 2, 0)}),
+    EXPECT_EQ((std::vector<std::string>{upload_reply(0x0A01, 0), status_reply(0x0A02, 2, 0)}),
               fake_aoa::sent());
     EXPECT_EQ((std::vector<std::string>{"dlstart", "dlfinish 1"}), fake_upd::calls());
     EXPECT_EQ(after_init_({
@@ -1171,7 +1113,7 @@ TEST_F(ctrl_exec_mode_test, body_in_verify_after_a_failed_extraction_is_refused)
     });
     std::signal(SIGCHLD, previous);
     EXPECT_EQ(0, ret);
-    EXPECT_EQ((std::vector<std::string>{upload_reply_(0x0B01, 0), status_reply_(0x0B02, 2, 22)}),
+    EXPECT_EQ((std::vector<std::string>{upload_reply(0x0B01, 0), status_reply(0x0B02, 2, 22)}),
               fake_aoa::sent());
     EXPECT_EQ((std::vector<std::string>{"dlstart", "dlfinish 1"}), fake_upd::calls());
     std::string log = log_();
@@ -1191,7 +1133,7 @@ TEST_F(ctrl_exec_mode_test, undeletable_package_file_is_a_verification_error)
     // A busybox stand-in first in PATH sums like the host front, and turns the
     // package file into a non-empty folder once it has been summed.
     norvane_test::temp_dir bin;
-    std::string front = std::string(NORVANE_HOST_BIN_DIR) + "/busybox";
+    std::string front = std::string(FWUPDATE_HOST_BIN_DIR) + "/busybox";
     bin.write_file("busybox",
                    "#!/bin/sh\n"
                    "out=$(\"" + front + "\" \"$@\")\n"
@@ -1209,11 +1151,11 @@ TEST_F(ctrl_exec_mode_test, undeletable_package_file_is_a_verification_error)
         ASSERT_TRUE(idle_());
         upload_in_one_transfer_(0x0C01, body);
         ASSERT_TRUE(idle_());
-        deliver_(query_(0x0C02, 2));
+        deliver_(status_query(0x0C02, 2));
     });
     setenv("PATH", old_path.c_str(), 1);
     EXPECT_EQ(0, ret);
-    EXPECT_EQ((std::vector<std::string>{upload_reply_(0x0C01, 0), status_reply_(0x0C02, 2, 21)}),
+    EXPECT_EQ((std::vector<std::string>{upload_reply(0x0C01, 0), status_reply(0x0C02, 2, 21)}),
               fake_aoa::sent());
     EXPECT_EQ((std::vector<std::string>{"dlstart", "dlfinish 1"}), fake_upd::calls());
     std::string log = log_();
@@ -1228,8 +1170,82 @@ TEST_F(ctrl_exec_mode_test, undeletable_package_file_is_a_verification_error)
               controller_lines_(log));
 }
 
-// ---------------------------------------------------------------------------
-// The end of a run while the link is still busy
+// The readiness handshake: a status query that arrives in the instant the
+// link comes up, before the controller is in CONNECT, is queued and answered
+// once the main loop runs, in CONNECT: option 1, result 0. After that reply
+// the phone's upload is taken.
+TEST_F(ctrl_exec_mode_test, handshake_sent_as_the_link_comes_up_is_answered_ongoing_once_connected)
+{
+    std::string body = sample_package_("DEVICE_FIRMWARE");
+    fake_aoa::send_on_connect({status_query(0, 1)});
+    int ret = run_([&body] {
+        ASSERT_TRUE(fake_aoa::wait_sent(1, WAIT_MS));
+        ASSERT_TRUE(idle_());
+        upload_in_one_transfer_(1, body);
+        confirm_(2);
+    });
+    EXPECT_EQ(0, ret);
+    EXPECT_EQ((std::vector<std::string>{status_reply(0, 1, 0), upload_reply(1, 0),
+                                        status_reply(2, 2, 0), status_reply(3, 2, 0)}),
+              fake_aoa::sent());
+    EXPECT_EQ("dlfinish 0", fake_upd::calls().back());
+    EXPECT_EQ(verified_run_lines_() + std::vector<std::string>{dlfinish_(0, 0, 5)},
+              controller_lines_(log_()));
+}
+
+// Without the handshake a phone that uploads as the link comes up races the
+// controller's start-up: the header is queued in any state, but body data
+// that arrives before CONNECT is refused, the run ends without a reply and
+// execute returns 1.
+TEST_F(ctrl_exec_mode_test, upload_sent_as_the_link_comes_up_is_refused_and_ends_the_run_with_1)
+{
+    std::string body = sample_package_("DEVICE_FIRMWARE");
+    fake_aoa::send_on_connect({upload_header(1, static_cast<uint32_t>(body.size())) + body});
+    qav_mnt_fwupdate_ctrl_exec_mode ctrl;
+    EXPECT_EQ(1, ctrl.execute());
+    EXPECT_TRUE(fake_aoa::sent().empty());
+    EXPECT_EQ((std::vector<std::string>{"dlstart", "dlfinish 1"}), fake_upd::calls());
+    EXPECT_EQ(0, fake_os_wrapper::blocks_outstanding());
+    EXPECT_EQ((std::vector<std::string>{
+                  INIT_START,
+                  "[ERR] act_notify_recv_body(): recv unknown data. now state[INITIAL]",
+                  change_("INITIAL", "CONNECT"), INIT_OK, change_("CONNECT", "DOWNLOAD"),
+                  UNKNOWN_MSG_5, change_("DOWNLOAD", "FINISHED"), error_("COMMUNICATE_MOBILE"),
+                  dlfinish_(0, 1, 5)}),
+              controller_lines_(log_()));
+}
+
+// A status query the phone sends at once after the upload reply can reach the
+// queue before the verification message: it is answered "finished, result 0"
+// although nothing is verified yet. The confirmation (option 2) that the
+// phone sends after that reply comes behind the verification, so it carries
+// the verdict: here the failure, 21, which ends the run.
+TEST_F(ctrl_exec_mode_test, query_that_overtakes_the_verification_says_finished_0_and_the_confirmation_says_21)
+{
+    std::string body = package_with_wrong_checksum_();
+    int ret = upload_with_an_overtaking_query_(body);
+    EXPECT_EQ(0, ret);
+    EXPECT_EQ((std::vector<std::string>{upload_reply(1, 0), status_reply(2, 2, 0),
+                                        status_reply(3, 2, 21)}),
+              fake_aoa::sent());
+    EXPECT_EQ((std::vector<std::string>{"dlstart", "dlfinish 1"}), fake_upd::calls());
+    EXPECT_TRUE(contains_line_(log_(), "[IMP] verify(): ##### Faild Verify process."));
+}
+
+// The same with a good package: the early query says finished, result 0, and
+// the confirmation, answered after the verification, says so too and ends the
+// run with the version recorded.
+TEST_F(ctrl_exec_mode_test, query_that_overtakes_the_verification_says_finished_0_and_the_confirmation_says_0)
+{
+    std::string body = sample_package_("DEVICE_FIRMWARE");
+    int ret = upload_with_an_overtaking_query_(body);
+    EXPECT_EQ(0, ret);
+    EXPECT_EQ((std::vector<std::string>{upload_reply(1, 0), status_reply(2, 2, 0),
+                                        status_reply(3, 2, 0)}),
+              fake_aoa::sent());
+    EXPECT_EQ("dlfinish 0", fake_upd::calls().back());
+    EXPECT_EQ(std::string("1.2.3\0", 6), fake_upd::records()["FIRMWARE_VERSION_DEVICE"]);
+}
 
 // Runs work on a thread of its own. ended_in_time_ then waits for it at most
 // WAIT_MS, so that work that never ends fails the test instead of hanging
@@ -1257,11 +1273,11 @@ TEST_F(ctrl_exec_mode_test, end_of_the_run_releases_a_callback_blocked_on_the_fu
 {
     qav_mnt_fwupdate_ctrl_exec_mode* ctrl = new qav_mnt_fwupdate_ctrl_exec_mode;
     std::future<void> blocked_link;
-    std::thread phone([&blocked_link] {
+    const int ret = run_(*ctrl, [&blocked_link] {
         ASSERT_TRUE(idle_());
         fake_os_wrapper::hold_receive(true);
         // 100 messages fill the queue: the upload, its first piece, 98 more.
-        deliver_(upload_header_(0x31, 1000000) + std::string(100, 'a'));
+        deliver_(upload_header(0x31, 1000000) + std::string(100, 'a'));
         for (int piece = 0; piece < 98; ++piece) {
             deliver_(std::string(100, 'b'));
         }
@@ -1270,8 +1286,6 @@ TEST_F(ctrl_exec_mode_test, end_of_the_run_releases_a_callback_blocked_on_the_fu
         // The run ends with the queue full and the link's callback blocked.
         fake_os_wrapper::fail_next_receive(0x10);
     });
-    const int ret = ctrl->execute();
-    phone.join();
     fake_os_wrapper::hold_receive(false);
     EXPECT_EQ(1, ret);
     EXPECT_TRUE(fake_os_wrapper::wait_sender_blocked(0));
@@ -1284,7 +1298,7 @@ TEST_F(ctrl_exec_mode_test, end_of_the_run_releases_a_callback_blocked_on_the_fu
     EXPECT_EQ(0, fake_os_wrapper::queues_alive());
     EXPECT_EQ((std::vector<std::string>{"dlstart", "dlfinish 1"}), fake_upd::calls());
     // The link no longer reaches the controller.
-    deliver_(query_(0x32, 1));
+    deliver_(status_query(0x32, 1));
     std::string log = log_();
     EXPECT_TRUE(fake_aoa::sent().empty());
     EXPECT_EQ("[ERR] recv(): receiver is NULL", split_lines_(log).back());
@@ -1294,19 +1308,17 @@ TEST_F(ctrl_exec_mode_test, callback_released_at_the_end_of_the_run_drops_the_re
 {
     qav_mnt_fwupdate_ctrl_exec_mode* ctrl = new qav_mnt_fwupdate_ctrl_exec_mode;
     std::future<void> blocked_link;
-    std::thread phone([&blocked_link] {
+    EXPECT_EQ(1, run_(*ctrl, [&blocked_link] {
         ASSERT_TRUE(idle_());
         fake_os_wrapper::hold_receive(true);
         for (uint16_t query = 0; query < 100; ++query) {
-            deliver_(query_(query, 1));
+            deliver_(status_query(query, 1));
         }
         // Its header waits for room; its body comes after the run ended.
-        blocked_link = start_([] { deliver_(upload_header_(0x33, 50) + std::string(50, 'd')); });
+        blocked_link = start_([] { deliver_(upload_header(0x33, 50) + std::string(50, 'd')); });
         EXPECT_TRUE(fake_os_wrapper::wait_sender_blocked(WAIT_MS));
         fake_os_wrapper::fail_next_receive(0x10);
-    });
-    EXPECT_EQ(1, ctrl->execute());
-    phone.join();
+    }));
     fake_os_wrapper::hold_receive(false);
 
     EXPECT_TRUE(destroyed_in_time_(ctrl));
@@ -1335,7 +1347,7 @@ TEST_F(ctrl_exec_mode_test, transfers_racing_the_end_of_the_run_never_reach_the_
                 fake_os_wrapper::fail_next_receive(0x10);
                 return;
             }
-            deliver_(upload_header_(0x41, 100000000) + std::string(200, 'a'));
+            deliver_(upload_header(0x41, 100000000) + std::string(200, 'a'));
             // The run ends after a few pieces (none in the first rounds);
             // the pieces keep coming until, and just after, the controller
             // is gone.

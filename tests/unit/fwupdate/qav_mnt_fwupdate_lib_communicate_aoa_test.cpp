@@ -6,8 +6,8 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
-#include <chrono>
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <memory>
@@ -16,9 +16,10 @@
 #include <thread>
 #include <vector>
 
-#include "aoa_peer.h"
+#include "blocking_call.h"
+#include "phone_peer.h"
 #include "temp_dir.h"
-#include "thread_probe.h"
+#include "wire_header.h"
 
 namespace {
 
@@ -146,19 +147,14 @@ private:
 bytes wire_header(uint16_t version, uint16_t reserved, uint16_t request_id, uint16_t result_code,
                   uint16_t command, uint16_t option_code, uint32_t data_size)
 {
-    return bytes{static_cast<unsigned char>(version >> 8),     static_cast<unsigned char>(version),
-                 static_cast<unsigned char>(reserved >> 8),    static_cast<unsigned char>(reserved),
-                 static_cast<unsigned char>(request_id >> 8),  static_cast<unsigned char>(request_id),
-                 static_cast<unsigned char>(result_code >> 8), static_cast<unsigned char>(result_code),
-                 static_cast<unsigned char>(command >> 8),     static_cast<unsigned char>(command),
-                 static_cast<unsigned char>(option_code >> 8), static_cast<unsigned char>(option_code),
-                 static_cast<unsigned char>(data_size >> 24),  static_cast<unsigned char>(data_size >> 16),
-                 static_cast<unsigned char>(data_size >> 8),   static_cast<unsigned char>(data_size)};
+    return norvane_test::as_bytes(norvane_test::wire_header(version, reserved, request_id,
+                                                            result_code, command, option_code,
+                                                            data_size));
 }
 
 bytes upload_header(uint32_t data_size)
 {
-    return wire_header(1, 0, 7, 0, 18, 0, data_size);
+    return norvane_test::as_bytes(norvane_test::upload_header(7, data_size));
 }
 
 // n body bytes that differ from transfer to transfer.
@@ -531,23 +527,25 @@ TEST_F(communicate_aoa_test, disconnect_returns_only_after_the_callback_in_progr
     });
     ASSERT_TRUE(receiver.wait_entered());
 
-    std::atomic<pid_t> detacher_tid(0);
     std::atomic<int> callback_done_at_return(-1);
-    std::thread detacher([this, &receiver, &detacher_tid, &callback_done_at_return] {
-        detacher_tid = norvane_test::current_thread_id();
-        link_->disconnect();
+    norvane_test::blocking_call detacher([this, &receiver, &callback_done_at_return] {
+        const int result = link_->disconnect();
         callback_done_at_return = receiver.done.load() ? 1 : 0;
+        return result;
     });
     // The detacher waits inside disconnect while the callback is held.
-    const bool detacher_blocked = norvane_test::wait_until_asleep(detacher_tid, 20000);
+    const bool detacher_blocked = detacher.wait_until_asleep(20000);
     const int before_gate = callback_done_at_return.load();
     receiver.open_gate();
-    detacher.join();
+    int detach_result = -1;
+    const bool detacher_returned = detacher.wait_returned(20000, detach_result);
     link_thread.join();
     testing::internal::GetCapturedStderr();
 
     EXPECT_TRUE(detacher_blocked);
     EXPECT_EQ(-1, before_gate);
+    EXPECT_TRUE(detacher_returned);
+    EXPECT_EQ(0, detach_result);
     EXPECT_EQ(1, callback_done_at_return.load());
     testing::internal::CaptureStderr();
     qav_mnt_fwupdate_lib_communicate_aoa::recv(0, buffer.data(), 16);
@@ -590,7 +588,7 @@ TEST_F(communicate_aoa_test, connect_without_listener_fails_and_keeps_the_receiv
 TEST_F(communicate_aoa_test, connect_fails_when_the_accessory_library_fails)
 {
     recording_receiver receiver;
-    norvane_test::aoa_peer peer(dir_.file("aoa.sock"));
+    norvane_test::phone_peer peer(dir_.file("aoa.sock"));
     ASSERT_TRUE(peer.listening());
     setenv("FWUPDATE_FAULTS", "aoa_connect", 1);
 
@@ -627,7 +625,7 @@ protected:
     void SetUp() override
     {
         communicate_aoa_test::SetUp();
-        peer_.reset(new norvane_test::aoa_peer(dir_.file("aoa.sock")));
+        peer_.reset(new norvane_test::phone_peer(dir_.file("aoa.sock")));
         ASSERT_TRUE(peer_->listening());
         testing::internal::CaptureStderr();
         int ret = link_->connect(&receiver_);
@@ -653,7 +651,7 @@ protected:
     }
 
     recording_receiver receiver_;
-    std::unique_ptr<norvane_test::aoa_peer> peer_;
+    std::unique_ptr<norvane_test::phone_peer> peer_;
 };
 
 QAV_MNT_FWUPDATE_PACKATE_HEADER_ status_reply()
@@ -679,10 +677,10 @@ TEST_F(communicate_aoa_connected_test, send_with_body_size_0_sends_exactly_the_1
     send_(status_reply(), 0, body, ret);
 
     EXPECT_EQ(0, ret);
-    bytes message;
-    ASSERT_TRUE(peer_->read_message(message));
+    const bytes message = peer_->receive_bytes();
+    ASSERT_FALSE(message.empty());
     EXPECT_EQ(STATUS_REPLY_WIRE, message);
-    EXPECT_FALSE(peer_->message_pending());
+    EXPECT_TRUE(peer_->receive(0).empty());
 }
 
 TEST_F(communicate_aoa_connected_test, send_with_null_body_sends_exactly_the_16_header_bytes)
@@ -691,10 +689,10 @@ TEST_F(communicate_aoa_connected_test, send_with_null_body_sends_exactly_the_16_
     send_(status_reply(), 40, nullptr, ret);
 
     EXPECT_EQ(0, ret);
-    bytes message;
-    ASSERT_TRUE(peer_->read_message(message));
+    const bytes message = peer_->receive_bytes();
+    ASSERT_FALSE(message.empty());
     EXPECT_EQ(STATUS_REPLY_WIRE, message);
-    EXPECT_FALSE(peer_->message_pending());
+    EXPECT_TRUE(peer_->receive(0).empty());
 }
 
 TEST_F(communicate_aoa_connected_test, send_with_body_sends_header_and_body_in_one_message)
@@ -709,10 +707,10 @@ TEST_F(communicate_aoa_connected_test, send_with_body_sends_header_and_body_in_o
     bytes expected = STATUS_REPLY_WIRE;
     expected[15] = 5;
     expected.insert(expected.end(), {'a', 'b', 'c', 'd', 'e'});
-    bytes message;
-    ASSERT_TRUE(peer_->read_message(message));
+    const bytes message = peer_->receive_bytes();
+    ASSERT_FALSE(message.empty());
     EXPECT_EQ(expected, message);
-    EXPECT_FALSE(peer_->message_pending());
+    EXPECT_TRUE(peer_->receive(0).empty());
 }
 
 TEST_F(communicate_aoa_connected_test, send_leaves_data_size_as_the_caller_set_it)
@@ -723,8 +721,8 @@ TEST_F(communicate_aoa_connected_test, send_leaves_data_size_as_the_caller_set_i
 
     EXPECT_EQ(0, ret);
     bytes expected = concat(STATUS_REPLY_WIRE, bytes{1, 2, 3});
-    bytes message;
-    ASSERT_TRUE(peer_->read_message(message));
+    const bytes message = peer_->receive_bytes();
+    ASSERT_FALSE(message.empty());
     EXPECT_EQ(expected, message);
 }
 
@@ -739,8 +737,8 @@ TEST_F(communicate_aoa_connected_test, send_dumps_the_swapped_fields_with_result
     EXPECT_EQ(send_dump("0x00000201", "0x00000403", "0x00003412", "0x00001500", "0x00001380",
                         "0x00000200", "0x00010000"),
               log);
-    bytes message;
-    ASSERT_TRUE(peer_->read_message(message));
+    const bytes message = peer_->receive_bytes();
+    ASSERT_FALSE(message.empty());
     EXPECT_EQ(16u, message.size());
 }
 
@@ -755,7 +753,7 @@ TEST_F(communicate_aoa_connected_test, send_failure_in_the_accessory_library_is_
                         "0x00000200", "0x00000000") +
                   "[ERR] send(): osl_mdev_aoa_send mdev_ret:[0x00000001]\n",
               log);
-    EXPECT_FALSE(peer_->message_pending());
+    EXPECT_TRUE(peer_->receive(0).empty());
 }
 
 TEST_F(communicate_aoa_connected_test, connected_link_delivers_incoming_transfers_to_the_receiver)
@@ -763,8 +761,8 @@ TEST_F(communicate_aoa_connected_test, connected_link_delivers_incoming_transfer
     const bytes first = pattern(30, 11);
     const bytes second = pattern(50, 12);
     testing::internal::CaptureStderr();
-    ASSERT_TRUE(peer_->send_message(concat(upload_header(80), first)));
-    ASSERT_TRUE(peer_->send_message(second));
+    ASSERT_TRUE(peer_->send(concat(upload_header(80), first)));
+    ASSERT_TRUE(peer_->send(second));
     bool arrived = receiver_.wait_for(3);
     testing::internal::GetCapturedStderr();
     ASSERT_TRUE(arrived);

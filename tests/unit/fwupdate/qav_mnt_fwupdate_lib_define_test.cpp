@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "aoa_peer.h"
+#include "phone_peer.h"
 #include "qav_mnt_fwupdate_lib_communicate_aoa.h"
 #include "temp_dir.h"
 
@@ -68,16 +68,12 @@ protected:
     // the one message the peer read; empty when any step failed.
     bytes send_to_peer_(const QAV_MNT_FWUPDATE_PACKATE_HEADER_& header)
     {
-        norvane_test::aoa_peer peer(dir_.file("aoa.sock"));
+        norvane_test::phone_peer peer(dir_.file("aoa.sock"));
         testing::internal::CaptureStderr();
         int connected = peer.listening() ? link_->connect(&receiver_) : 1;
         int sent = (connected == 0 && peer.accept_link()) ? link_->send(header, 0, nullptr) : 1;
         testing::internal::GetCapturedStderr();
-        bytes message;
-        if (sent != 0 || !peer.read_message(message)) {
-            message.clear();
-        }
-        return message;
+        return sent == 0 ? peer.receive_bytes() : bytes();
     }
 
     qav_mnt_fwupdate_lib_communicate_aoa* link_ = nullptr;

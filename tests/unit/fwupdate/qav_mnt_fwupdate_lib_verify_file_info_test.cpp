@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstring>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -15,11 +17,17 @@ using norvane::verify_file_info;
 using norvane_test::make_info;
 using norvane_test::names_of;
 
-TEST(verify_file_info, DefaultConstructedRecordHasEmptyStrings)
+TEST(verify_file_info, DefaultConstructedRecordHasEmptyStringsAndSizeZero)
 {
-    verify_file_info info;
-    EXPECT_EQ(info.file_name, "");
-    EXPECT_EQ(info.check_sum, "");
+    // Built in memory full of ones, so that a size the constructor left
+    // alone could not read as 0 by luck.
+    alignas(verify_file_info) unsigned char memory[sizeof(verify_file_info)];
+    std::memset(memory, 0xFF, sizeof(memory));
+    verify_file_info* info = new (memory) verify_file_info;
+    EXPECT_EQ(info->file_name, "");
+    EXPECT_EQ(info->check_sum, "");
+    EXPECT_EQ(info->file_size, 0);
+    info->~verify_file_info();
 }
 
 TEST(verify_file_info, CopyConstructionCopiesAllThreeFields)

@@ -197,7 +197,7 @@ TEST(qav_mnt_fwupdate_lib_verify_process, IdenticalDuplicatesOnBothSidesMatch)
 
 TEST(qav_mnt_fwupdate_lib_verify_process, DifferingDuplicatesAreComparedPairwise)
 {
-    // Which duplicate meets which is unspecified; some pair differs in size
+    // Which duplicate meets which depends on the sort; some pair differs in size
     // whichever way the sort arranged them.
     std::vector<verify_file_info> xml_info_list = {make_info("d.bin", 1, "00001"),
                                                    make_info("d.bin", 2, "00001")};

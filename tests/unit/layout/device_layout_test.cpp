@@ -26,7 +26,7 @@
 #include <string>
 #include <vector>
 
-#include "../fwupdate/aoa_peer.h"
+#include "phone_peer.h"
 #include "clb_list.h"
 #include "qav_mnt_fwupdate_lib_communicate_aoa.h"
 #include "qav_mnt_fwupdate_lib_define.h"
@@ -548,7 +548,7 @@ protected:
     void SetUp() override
     {
         unsetenv("FWUPDATE_FAULTS");
-        peer_.reset(new norvane_test::aoa_peer(dir_.file("aoa.sock")));
+        peer_.reset(new norvane_test::phone_peer(dir_.file("aoa.sock")));
         ASSERT_TRUE(peer_->listening());
         link_ = qav_mnt_fwupdate_lib_communicate_aoa::get_instance();
         testing::internal::CaptureStderr();
@@ -562,7 +562,7 @@ protected:
     void TearDown() override { peer_.reset(); }
 
     norvane_test::temp_dir dir_;
-    std::unique_ptr<norvane_test::aoa_peer> peer_;
+    std::unique_ptr<norvane_test::phone_peer> peer_;
     qav_mnt_fwupdate_lib_communicate_aoa* link_ = nullptr;
     waiting_receiver receiver_;
 };
@@ -574,8 +574,8 @@ TEST_F(header_wire_test, sent_header_is_byte_exact_big_endian_on_the_wire)
     std::string log = testing::internal::GetCapturedStderr();
 
     EXPECT_EQ(0, ret);
-    bytes message;
-    ASSERT_TRUE(peer_->read_message(message));
+    const bytes message = peer_->receive_bytes();
+    ASSERT_FALSE(message.empty());
     EXPECT_EQ(SAMPLE_HEADER_WIRE, message);
     EXPECT_EQ("[IMP] send(): header_temp.version:[0x00000201]\n"
               "[IMP] send(): header_temp.reserved:[0x00000403]\n"
@@ -594,7 +594,7 @@ TEST_F(header_wire_test, upload_header_with_data_size_bytes_00_00_01_00_announce
     transfer.resize(16 + 256, 0x5A);
 
     testing::internal::CaptureStderr();
-    ASSERT_TRUE(peer_->send_message(transfer));
+    ASSERT_TRUE(peer_->send(transfer));
     bool ended = receiver_.wait_for_end();
     std::string log = testing::internal::GetCapturedStderr();
 
@@ -628,8 +628,8 @@ TEST_F(header_wire_test, reply_to_request_id_0x1234_carries_it_at_offsets_4_and_
     testing::internal::GetCapturedStderr();
 
     EXPECT_EQ(0, ret);
-    bytes message;
-    ASSERT_TRUE(peer_->read_message(message));
+    const bytes message = peer_->receive_bytes();
+    ASSERT_FALSE(message.empty());
     EXPECT_EQ((bytes{0x00, 0x07, 0xBE, 0xEF, 0x12, 0x34, 0x00, 0x16, 0x80, 0x13, 0x00, 0x02,
                      0x00, 0x00, 0x00, 0x00}),
               message);

@@ -1,7 +1,8 @@
 // The host accessory library against a real listening SOCK_SEQPACKET socket
-// in a temporary folder, standing in for the mobile side.
+// in a temporary folder: the test kit's phone peer stands in for the mobile side.
 #include "osl_mdev_aoa.h"
 
+#include "phone_peer.h"
 #include "temp_dir.h"
 
 #include <gtest/gtest.h>
@@ -11,11 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
-#include <poll.h>
 #include <string>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -58,82 +55,10 @@ void record_recv(int event, unsigned char* data, int len)
     record_().changed.notify_all();
 }
 
-// The mobile side: a listening socket and the connections it accepted.
-class mobile_side {
-public:
-    explicit mobile_side(const std::string& path)
-    {
-        sockaddr_un address;
-        std::memset(&address, 0, sizeof address);
-        address.sun_family = AF_UNIX;
-        std::snprintf(address.sun_path, sizeof address.sun_path, "%s", path.c_str());
-        listen_fd_ = ::socket(AF_UNIX, SOCK_SEQPACKET, 0);
-        bound_ = listen_fd_ >= 0 &&
-                 ::bind(listen_fd_, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
-                 ::listen(listen_fd_, 4) == 0;
-    }
-    ~mobile_side()
-    {
-        close_all();
-        if (listen_fd_ >= 0) {
-            ::close(listen_fd_);
-        }
-    }
-    bool bound() const { return bound_; }
-
-    // Accepts one waiting connection; -1 when none comes within a second.
-    int accept_one()
-    {
-        if (!readable(listen_fd_, 1000)) {
-            return -1;
-        }
-        int fd = ::accept(listen_fd_, nullptr, nullptr);
-        if (fd >= 0) {
-            accepted_.push_back(fd);
-        }
-        return fd;
-    }
-    bool connection_waiting(int wait_ms) { return readable(listen_fd_, wait_ms); }
-
-    static bool send_message(int fd, const std::string& bytes)
-    {
-        return ::send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(bytes.size());
-    }
-    // One message, or "<none>" when nothing arrives within a second.
-    static std::string receive_message(int fd, int wait_ms = 1000)
-    {
-        if (!readable(fd, wait_ms)) {
-            return "<none>";
-        }
-        std::vector<char> buffer(2 * OSL_MDEV_AOA_MAX_TRANSFER);
-        ssize_t got = ::recv(fd, buffer.data(), buffer.size(), 0);
-        return got < 0 ? "<error>" : std::string(buffer.data(), static_cast<size_t>(got));
-    }
-    void close_all()
-    {
-        for (int fd : accepted_) {
-            ::close(fd);
-        }
-        accepted_.clear();
-    }
-
-private:
-    static bool readable(int fd, int wait_ms)
-    {
-        pollfd entry{fd, POLLIN, 0};
-        return ::poll(&entry, 1, wait_ms) == 1 && (entry.revents & POLLIN) != 0;
-    }
-    int listen_fd_ = -1;
-    bool bound_ = false;
-    std::vector<int> accepted_;
-};
-
 class host_accessory_library_test : public testing::Test {
 protected:
     void SetUp() override
     {
-        socket_path_ = dir_.file("aoa.sock");
-        ::setenv("FWUPDATE_AOA_SOCKET", socket_path_.c_str(), 1);
         ::setenv("FWUPDATE_STATE_DIR", dir_.file("state").c_str(), 1);
         ::unsetenv("FWUPDATE_FAULTS");
         std::lock_guard<std::mutex> guard(record_().lock);
@@ -143,24 +68,24 @@ protected:
 
     void TearDown() override
     {
-        // Close the mobile side and wait until every receive thread of this
+        // Close the phone's side and wait until every receive thread of this
         // test has reported the close, so none reports into the next test.
-        mobile_.close_all();
+        phone_.close_link();
         wait_for_closed(connected_);
         ::unsetenv("FWUPDATE_FAULTS");
-        ::unsetenv("FWUPDATE_AOA_SOCKET");
         ::unsetenv("FWUPDATE_STATE_DIR");
     }
 
-    // Connects the library and accepts on the mobile side; -1 on failure.
-    int connect_link()
+    // Connects the library and accepts on the phone's side; false on failure.
+    bool connect_link(norvane_test::phone_peer& phone)
     {
         if (osl_mdev_aoa_connect(record_recv) != 0) {
-            return -1;
+            return false;
         }
         ++connected_;
-        return mobile_.accept_one();
+        return phone.accept_link(1000);
     }
+    bool connect_link() { return connect_link(phone_); }
 
     // Waits until calls holds count entries; returns a copy of them.
     std::vector<recv_call> wait_for_calls(size_t count)
@@ -179,8 +104,7 @@ protected:
     std::string log_text() const { return norvane_test::read_file_bytes(dir_.file("state/update-service.log")); }
 
     norvane_test::temp_dir dir_;
-    std::string socket_path_;
-    mobile_side mobile_{dir_.file("aoa.sock")};
+    norvane_test::phone_peer phone_{dir_.file("aoa.sock")};
     int connected_ = 0;
 };
 
@@ -188,15 +112,14 @@ const std::string NO_SLACK(OSL_MDEV_AOA_SLACK, '\0');
 
 TEST_F(host_accessory_library_test, three_messages_arrive_as_three_event_0_calls_then_close_gives_event_1)
 {
-    ASSERT_TRUE(mobile_.bound());
-    int peer = connect_link();
-    ASSERT_GE(peer, 0);
+    ASSERT_TRUE(phone_.listening());
+    ASSERT_TRUE(connect_link());
     const std::string first(300, '\xFF');
     const std::string second("\x00\x01\x02\x03\x04\x05\x06\x07\x08\x09", 10);
     const std::string third("abc");
-    ASSERT_TRUE(mobile_side::send_message(peer, first));
-    ASSERT_TRUE(mobile_side::send_message(peer, second));
-    ASSERT_TRUE(mobile_side::send_message(peer, third));
+    ASSERT_TRUE(phone_.send(first));
+    ASSERT_TRUE(phone_.send(second));
+    ASSERT_TRUE(phone_.send(third));
     std::vector<recv_call> calls = wait_for_calls(3);
     ASSERT_EQ(3u, calls.size());
     EXPECT_EQ(0, calls[0].event);
@@ -212,7 +135,7 @@ TEST_F(host_accessory_library_test, three_messages_arrive_as_three_event_0_calls
     EXPECT_EQ(third, calls[2].bytes);
     EXPECT_EQ(NO_SLACK, calls[2].slack);
 
-    mobile_.close_all();
+    phone_.close_link();
     calls = wait_for_calls(4);
     ASSERT_EQ(4u, calls.size());
     EXPECT_EQ(1, calls[3].event);
@@ -222,14 +145,13 @@ TEST_F(host_accessory_library_test, three_messages_arrive_as_three_event_0_calls
 
 TEST_F(host_accessory_library_test, largest_transfer_arrives_whole)
 {
-    ASSERT_TRUE(mobile_.bound());
-    int peer = connect_link();
-    ASSERT_GE(peer, 0);
+    ASSERT_TRUE(phone_.listening());
+    ASSERT_TRUE(connect_link());
     std::string largest(OSL_MDEV_AOA_MAX_TRANSFER, '\0');
     for (size_t i = 0; i < largest.size(); ++i) {
         largest[i] = static_cast<char>(i * 7 + 1);
     }
-    ASSERT_TRUE(mobile_side::send_message(peer, largest));
+    ASSERT_TRUE(phone_.send(largest));
     std::vector<recv_call> calls = wait_for_calls(1);
     ASSERT_EQ(1u, calls.size());
     EXPECT_EQ(0, calls[0].event);
@@ -240,11 +162,10 @@ TEST_F(host_accessory_library_test, largest_transfer_arrives_whole)
 
 TEST_F(host_accessory_library_test, oversize_message_ends_the_link_with_event_1)
 {
-    ASSERT_TRUE(mobile_.bound());
-    int peer = connect_link();
-    ASSERT_GE(peer, 0);
-    ASSERT_TRUE(mobile_side::send_message(peer, "ok"));
-    ASSERT_TRUE(mobile_side::send_message(peer, std::string(OSL_MDEV_AOA_MAX_TRANSFER + 1, 'x')));
+    ASSERT_TRUE(phone_.listening());
+    ASSERT_TRUE(connect_link());
+    ASSERT_TRUE(phone_.send("ok"));
+    ASSERT_TRUE(phone_.send(std::string(OSL_MDEV_AOA_MAX_TRANSFER + 1, 'x')));
     std::vector<recv_call> calls = wait_for_calls(2);
     ASSERT_EQ(2u, calls.size());
     EXPECT_EQ(0, calls[0].event);
@@ -256,38 +177,35 @@ TEST_F(host_accessory_library_test, oversize_message_ends_the_link_with_event_1)
 
 TEST_F(host_accessory_library_test, send_arrives_as_exactly_one_message_with_same_bytes)
 {
-    ASSERT_TRUE(mobile_.bound());
-    int peer = connect_link();
-    ASSERT_GE(peer, 0);
+    ASSERT_TRUE(phone_.listening());
+    ASSERT_TRUE(connect_link());
     unsigned char header[16] = {0x00, 0x01, 0x00, 0x00, 0x00, 0x00, 0x00, 0x07,
                                 0x80, 0x12, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00};
     EXPECT_EQ(0, osl_mdev_aoa_send(header, 16));
-    EXPECT_EQ(std::string(reinterpret_cast<char*>(header), 16), mobile_side::receive_message(peer));
-    EXPECT_EQ("<none>", mobile_side::receive_message(peer, 100));
+    EXPECT_EQ(std::string(reinterpret_cast<char*>(header), 16), phone_.receive());
+    EXPECT_EQ("", phone_.receive(100));
 }
 
 TEST_F(host_accessory_library_test, send_of_largest_transfer_arrives_as_one_message)
 {
-    ASSERT_TRUE(mobile_.bound());
-    int peer = connect_link();
-    ASSERT_GE(peer, 0);
+    ASSERT_TRUE(phone_.listening());
+    ASSERT_TRUE(connect_link());
     std::string bytes(OSL_MDEV_AOA_MAX_TRANSFER, 'q');
     EXPECT_EQ(0, osl_mdev_aoa_send(reinterpret_cast<unsigned char*>(&bytes[0]), 65536));
-    EXPECT_EQ(bytes, mobile_side::receive_message(peer));
+    EXPECT_EQ(bytes, phone_.receive());
 }
 
 TEST_F(host_accessory_library_test, send_refuses_empty_null_and_oversize_buffers)
 {
-    ASSERT_TRUE(mobile_.bound());
-    int peer = connect_link();
-    ASSERT_GE(peer, 0);
+    ASSERT_TRUE(phone_.listening());
+    ASSERT_TRUE(connect_link());
     std::string bytes(OSL_MDEV_AOA_MAX_TRANSFER + 1, 'q');
     unsigned char* data = reinterpret_cast<unsigned char*>(&bytes[0]);
     EXPECT_NE(0, osl_mdev_aoa_send(data, 0));
     EXPECT_NE(0, osl_mdev_aoa_send(data, -1));
     EXPECT_NE(0, osl_mdev_aoa_send(nullptr, 16));
     EXPECT_NE(0, osl_mdev_aoa_send(data, 65537));
-    EXPECT_EQ("<none>", mobile_side::receive_message(peer, 100));
+    EXPECT_EQ("", phone_.receive(100));
 }
 
 TEST_F(host_accessory_library_test, connect_fails_when_nobody_listens)
@@ -313,16 +231,16 @@ TEST_F(host_accessory_library_test, connect_fails_on_a_path_too_long_for_a_socke
 
 TEST_F(host_accessory_library_test, connect_refuses_null_function)
 {
-    ASSERT_TRUE(mobile_.bound());
+    ASSERT_TRUE(phone_.listening());
     EXPECT_NE(0, osl_mdev_aoa_connect(nullptr));
-    EXPECT_FALSE(mobile_.connection_waiting(100));
+    EXPECT_FALSE(phone_.accept_link(100));
 }
 
 TEST_F(host_accessory_library_test, send_after_peer_closed_fails)
 {
-    ASSERT_TRUE(mobile_.bound());
-    ASSERT_GE(connect_link(), 0);
-    mobile_.close_all();
+    ASSERT_TRUE(phone_.listening());
+    ASSERT_TRUE(connect_link());
+    phone_.close_link();
     ASSERT_TRUE(wait_for_closed(1));
     unsigned char data[4] = {1, 2, 3, 4};
     EXPECT_NE(0, osl_mdev_aoa_send(data, 4));
@@ -330,46 +248,47 @@ TEST_F(host_accessory_library_test, send_after_peer_closed_fails)
 
 TEST_F(host_accessory_library_test, latest_connection_is_the_one_send_uses)
 {
-    ASSERT_TRUE(mobile_.bound());
-    int first = connect_link();
-    int second = connect_link();
-    ASSERT_GE(first, 0);
-    ASSERT_GE(second, 0);
+    ASSERT_TRUE(phone_.listening());
+    ASSERT_TRUE(connect_link());
+    // A second phone takes over the socket's path and gets the next link.
+    norvane_test::phone_peer second_phone(dir_.file("aoa.sock"));
+    ASSERT_TRUE(second_phone.listening());
+    ASSERT_TRUE(connect_link(second_phone));
     unsigned char data[3] = {'n', 'e', 'w'};
     EXPECT_EQ(0, osl_mdev_aoa_send(data, 3));
-    EXPECT_EQ("new", mobile_side::receive_message(second));
-    EXPECT_EQ("<none>", mobile_side::receive_message(first, 100));
-    // Both connections still deliver what their peer sends.
-    ASSERT_TRUE(mobile_side::send_message(first, "one"));
-    ASSERT_TRUE(mobile_side::send_message(second, "two"));
+    EXPECT_EQ("new", second_phone.receive());
+    EXPECT_EQ("", phone_.receive(100));
+    // Both connections still deliver what their phone sends.
+    ASSERT_TRUE(phone_.send("one"));
+    ASSERT_TRUE(second_phone.send("two"));
     std::vector<recv_call> calls = wait_for_calls(2);
     ASSERT_EQ(2u, calls.size());
     EXPECT_TRUE((calls[0].bytes == "one" && calls[1].bytes == "two") ||
                 (calls[0].bytes == "two" && calls[1].bytes == "one"));
+    second_phone.close_link();
 }
 
 TEST_F(host_accessory_library_test, aoa_connect_fault_connects_nothing)
 {
-    ASSERT_TRUE(mobile_.bound());
+    ASSERT_TRUE(phone_.listening());
     ::setenv("FWUPDATE_FAULTS", "aoa_connect", 1);
     EXPECT_EQ(1, osl_mdev_aoa_connect(record_recv));
-    EXPECT_FALSE(mobile_.connection_waiting(100));
+    EXPECT_FALSE(phone_.accept_link(100));
     EXPECT_EQ("aoa_connect fault\n", log_text());
 }
 
 TEST_F(host_accessory_library_test, aoa_send_fault_sends_nothing)
 {
-    ASSERT_TRUE(mobile_.bound());
-    int peer = connect_link();
-    ASSERT_GE(peer, 0);
+    ASSERT_TRUE(phone_.listening());
+    ASSERT_TRUE(connect_link());
     ::setenv("FWUPDATE_FAULTS", "aoa_send", 1);
     unsigned char data[4] = {1, 2, 3, 4};
     EXPECT_EQ(1, osl_mdev_aoa_send(data, 4));
-    EXPECT_EQ("<none>", mobile_side::receive_message(peer, 100));
+    EXPECT_EQ("", phone_.receive(100));
     EXPECT_EQ("aoa_send fault\n", log_text());
     ::unsetenv("FWUPDATE_FAULTS");
     EXPECT_EQ(0, osl_mdev_aoa_send(data, 4));
-    EXPECT_EQ(std::string("\x01\x02\x03\x04", 4), mobile_side::receive_message(peer));
+    EXPECT_EQ(std::string("\x01\x02\x03\x04", 4), phone_.receive());
 }
 
 }  // namespace

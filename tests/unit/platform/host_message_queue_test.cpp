@@ -2,9 +2,10 @@
 // refused sizes.
 #include "osw_os_wrapper.h"
 
+#include "blocking_call.h"
+
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <chrono>
 #include <cstring>
 #include <thread>
@@ -70,26 +71,26 @@ TEST(host_message_queue_test, full_queue_blocks_other_threads_send_until_receive
 {
     OSW_Message_Queue queue(1, sizeof(int), 0);
     ASSERT_EQ(0, send_int(queue, 1, 0));
-    std::atomic<int> send_result(-1);
-    std::thread sender([&] { send_result = send_int(queue, 2, OSW_WAIT_FOREVER); });
-    std::this_thread::sleep_for(std::chrono::milliseconds(150));
-    EXPECT_EQ(-1, send_result.load());  // still waiting for room
+    norvane_test::blocking_call sender([&] { return send_int(queue, 2, OSW_WAIT_FOREVER); });
+    EXPECT_TRUE(sender.wait_until_asleep());
+    EXPECT_FALSE(sender.returned());  // asleep inside send, waiting for room
     EXPECT_EQ(1, receive_int(queue, OSW_WAIT_FOREVER));
-    sender.join();
-    EXPECT_EQ(0, send_result.load());
+    int send_result = -1;
+    EXPECT_TRUE(sender.wait_returned(5000, send_result));
+    EXPECT_EQ(0, send_result);
     EXPECT_EQ(2, receive_int(queue, 0));
 }
 
 TEST(host_message_queue_test, empty_queue_blocks_receive_until_a_send)
 {
     OSW_Message_Queue queue(2, sizeof(int), 0);
-    std::atomic<int> received(0);
-    std::thread receiver([&] { received = receive_int(queue, OSW_WAIT_FOREVER); });
-    std::this_thread::sleep_for(std::chrono::milliseconds(150));
-    EXPECT_EQ(0, received.load());
+    norvane_test::blocking_call receiver([&] { return receive_int(queue, OSW_WAIT_FOREVER); });
+    EXPECT_TRUE(receiver.wait_until_asleep());
+    EXPECT_FALSE(receiver.returned());  // asleep inside receive, waiting for a message
     EXPECT_EQ(0, send_int(queue, 42, 0));
-    receiver.join();
-    EXPECT_EQ(42, received.load());
+    int received = -1;
+    EXPECT_TRUE(receiver.wait_returned(5000, received));
+    EXPECT_EQ(42, received);
 }
 
 TEST(host_message_queue_test, send_on_full_queue_times_out)

@@ -1,10 +1,12 @@
 // The host mutex semaphore: request and release, waiting and time-outs.
 #include "osw_os_wrapper.h"
 
+#include "blocking_call.h"
+
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <chrono>
+#include <future>
 #include <thread>
 
 namespace {
@@ -28,24 +30,19 @@ TEST(host_mutex_semaphore_test, request_and_release)
 TEST(host_mutex_semaphore_test, request_times_out_while_another_thread_holds_it)
 {
     OSW_Mutex_Semaphore mutex(1);
-    std::atomic<bool> taken(false);
-    std::atomic<bool> let_go(false);
+    std::promise<int> taken;
+    std::promise<void> let_go;
     std::thread holder([&] {
-        mutex.request(-1);
-        taken = true;
-        while (!let_go) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        }
+        taken.set_value(mutex.request(-1));
+        let_go.get_future().wait();
         mutex.release();
     });
-    while (!taken) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
+    EXPECT_EQ(0, taken.get_future().get());
     steady::time_point start = steady::now();
     EXPECT_EQ(1, mutex.request(100));
     EXPECT_GE(elapsed_ms(start), 100);
     EXPECT_EQ(1, mutex.request(0));
-    let_go = true;
+    let_go.set_value();
     EXPECT_EQ(0, mutex.request(5000));
     holder.join();
     EXPECT_EQ(0, mutex.release());
@@ -55,16 +52,17 @@ TEST(host_mutex_semaphore_test, waiting_request_is_granted_on_release)
 {
     OSW_Mutex_Semaphore mutex(1);
     ASSERT_EQ(0, mutex.request(-1));
-    std::atomic<int> result(-1);
-    std::thread waiter([&] {
-        result = mutex.request(-1);
+    norvane_test::blocking_call waiter([&] {
+        const int result = mutex.request(-1);
         mutex.release();
+        return result;
     });
-    std::this_thread::sleep_for(std::chrono::milliseconds(150));
-    EXPECT_EQ(-1, result.load());  // still waiting
+    EXPECT_TRUE(waiter.wait_until_asleep());
+    EXPECT_FALSE(waiter.returned());  // asleep inside request, waiting for the release
     EXPECT_EQ(0, mutex.release());
-    waiter.join();
-    EXPECT_EQ(0, result.load());
+    int result = -1;
+    EXPECT_TRUE(waiter.wait_returned(5000, result));
+    EXPECT_EQ(0, result);
 }
 
 TEST(host_mutex_semaphore_test, initial_zero_starts_taken)

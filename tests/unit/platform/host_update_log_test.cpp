@@ -1,5 +1,5 @@
 // The host platform's service log and fault list.
-#include "../../../platform/host/host_update_log.h"
+#include "host_update_log.h"
 
 #include "temp_dir.h"
 

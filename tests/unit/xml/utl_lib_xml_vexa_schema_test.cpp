@@ -355,7 +355,7 @@ TEST(utl_lib_xml_vexa_schema, firmware_package_entry_binds_seven_members_by_offs
 {
     std::map<UTL_LIB_XML_VEXA_STRUCT_ID, std::vector<UTL_LIB_XML_VEXA_XML_SCHEMA>> structs;
     utl_lib_xml_vexa_schema schema;
-    schema.constract_struct(structs);
+    ASSERT_EQ(0, schema.constract_struct(structs));
     expect_rows(
         structs[UTL_LIB_XML_VEXA_STRUCT_ID_FIRMWARE_PACKAGE_ENTRY],
         {
@@ -383,7 +383,7 @@ TEST(utl_lib_xml_vexa_schema, download_information_entry_binds_three_members)
 {
     std::map<UTL_LIB_XML_VEXA_STRUCT_ID, std::vector<UTL_LIB_XML_VEXA_XML_SCHEMA>> structs;
     utl_lib_xml_vexa_schema schema;
-    schema.constract_struct(structs);
+    ASSERT_EQ(0, schema.constract_struct(structs));
     expect_rows(structs[UTL_LIB_XML_VEXA_STRUCT_ID_FIRMWARE_DOWNLOAD_INFORMATION_ENTRY],
                 {
                     {"type", UTL_LIB_XML_VEXA_SCHEMA_TYPE_ENUM_NORMAL, offsetof(DOWNLOAD_S, type),
@@ -401,7 +401,7 @@ TEST(utl_lib_xml_vexa_schema, data_information_entry_binds_six_members)
 {
     std::map<UTL_LIB_XML_VEXA_STRUCT_ID, std::vector<UTL_LIB_XML_VEXA_XML_SCHEMA>> structs;
     utl_lib_xml_vexa_schema schema;
-    schema.constract_struct(structs);
+    ASSERT_EQ(0, schema.constract_struct(structs));
     expect_rows(structs[UTL_LIB_XML_VEXA_STRUCT_ID_FIRMWARE_DATA_INFORMATION_ENTRY],
                 {
                     {"name", UTL_LIB_XML_VEXA_SCHEMA_TYPE_STRING_OMISSIBLE,
@@ -423,7 +423,7 @@ TEST(utl_lib_xml_vexa_schema, list_node_size_is_the_node_header_plus_one_element
 {
     std::map<UTL_LIB_XML_VEXA_STRUCT_ID, std::vector<UTL_LIB_XML_VEXA_XML_SCHEMA>> structs;
     utl_lib_xml_vexa_schema schema;
-    schema.constract_struct(structs);
+    ASSERT_EQ(0, schema.constract_struct(structs));
     const UTL_LIB_XML_VEXA_XML_SCHEMA& groups =
         structs[UTL_LIB_XML_VEXA_STRUCT_ID_FIRMWARE_PACKAGE_ENTRY][5];
     EXPECT_EQ(groups.size + sizeof(NODE), groups.additional_data.unbounded.node_size);

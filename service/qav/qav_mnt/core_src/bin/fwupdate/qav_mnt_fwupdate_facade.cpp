@@ -6,6 +6,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <exception>
+
 #include "qav_mnt_fwupdate_ctrl_exec_mode.h"
 #include "qav_mnt_fwupdate_lib_log.h"
 
@@ -46,6 +48,22 @@ int detach_standard_input_()
     return 0;
 }
 
+// Runs the facade. Only an allocation failure can throw; catching it here,
+// and not letting it escape main, unwinds the stack, so the facade and the
+// controller (and with it the message queue) are destroyed before the
+// process ends with a failure.
+int run_facade_()
+{
+    try {
+        norvane::qav_mnt_fwupdate_facade facade;
+        return facade.execute();
+    } catch (const std::exception& error) {
+        norvane::qav_mnt_fwupdate_log_err("main", "run ended by an exception. what[%s]\n",
+                                          error.what());
+    }
+    return 1;
+}
+
 }  // namespace
 
 int main(int /*argc*/, char* /*argv*/[])
@@ -53,8 +71,7 @@ int main(int /*argc*/, char* /*argv*/[])
     norvane::qav_mnt_fwupdate_log_imp("main", "QAV_MNT FWUPDATE Start\n");
     int ret = detach_standard_input_();
     if (ret == 0) {
-        norvane::qav_mnt_fwupdate_facade facade;
-        ret = facade.execute();
+        ret = run_facade_();
     }
     norvane::qav_mnt_fwupdate_log_imp("main", "QAV_MNT FWUPDATE Finish %d\n", ret);
     return ret;
