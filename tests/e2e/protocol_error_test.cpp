@@ -181,8 +181,8 @@ TEST_F(protocol_error_test, status_flood_during_verification_still_ends_the_run)
     const auto files = sample_files(8000000, 3000);
     const std::string package = make_package(files, "8.1", "DEVICE_FIRMWARE");
     ASSERT_EQ(0, start_program());
-    ASSERT_EQ(0, session().send_upload(package, norvane_tools::upload_options{}, nullptr));
-    EXPECT_EQ(upload_ok, next_reply());
+    // The upload returns once the program has queued the verification.
+    EXPECT_EQ(upload_ok, upload(package, upload_options{}));
     ASSERT_TRUE(wait_for_log("Change exec state. [DOWNLOAD] -> [VERIFY] \n"));
     std::future<int> sent = std::async(std::launch::async, [this] {
         return flood_with_confirmations(session());
@@ -213,7 +213,7 @@ TEST_F(protocol_error_test, status_flood_right_after_the_upload_reply_still_ends
     const auto files = sample_files(400000, 3000);
     const std::string package = make_package(files, "8.2", "DEVICE_FIRMWARE");
     ASSERT_EQ(0, start_program());
-    ASSERT_EQ(0, session().send_upload(package, norvane_tools::upload_options{}, nullptr));
+    ASSERT_EQ(0, session().send_upload(package, upload_options{}, nullptr));
     EXPECT_EQ(upload_ok, next_reply());
     std::future<int> sent = std::async(std::launch::async, [this] {
         return flood_with_confirmations(session());
@@ -243,7 +243,7 @@ TEST_F(protocol_error_test, transfers_after_the_final_reply_are_dropped)
     const auto files = sample_files(3000, 300);
     ASSERT_EQ(0, start_program());
     EXPECT_EQ(upload_ok, upload(make_package(files, "1.1", "DEVICE_FIRMWARE"),
-                                norvane_tools::upload_options{}));
+                                upload_options{}));
     EXPECT_EQ(finished_ok_2, status(1));
     EXPECT_EQ(finished_ok_3, status(2));
     const std::string query = encode_header(norvane_tools::status_request(1, 0, 9, 1));
@@ -285,7 +285,7 @@ TEST_F(protocol_error_test, pieces_queued_behind_the_end_of_the_run_are_freed)
     const std::string package = make_package(files, "1.2", "DEVICE_FIRMWARE");
     ASSERT_EQ(0, start_program());
     ASSERT_EQ(0, session().send_raw(encode_header(norvane_tools::status_request(1, 0, 1, 7))));
-    norvane_tools::upload_options small_pieces;
+    upload_options small_pieces;
     small_pieces.request_id = 2;
     small_pieces.transfer_size = 1024;
     session().send_upload(package, small_pieces, nullptr);
