@@ -22,7 +22,6 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
-#include <vector>
 
 using norvane::host_update_log;
 
@@ -95,12 +94,21 @@ struct receive_job {
     osl_mdev_aoa_recv_func recv;
 };
 
+// Where the receive thread reads a transfer into: one byte more than the
+// largest transfer (it reveals an oversize message) and the zeros behind it.
+// It starts on a page boundary, as the pool's transfer blocks do, so the
+// program's copy of a transfer into one of them is page-congruent (a copy a
+// few bytes off runs many times slower on x86: "4K aliasing").
+struct alignas(4096) transfer_buffer {
+    unsigned char bytes[OSL_MDEV_AOA_MAX_TRANSFER + 1 + OSL_MDEV_AOA_SLACK];
+};
+
 // Reads one message into buffer. Returns its length, 0 when the peer closed
 // (an empty message reads the same way), or -1 when the socket failed.
-ssize_t read_message_(int fd, std::vector<unsigned char>& buffer, size_t limit)
+ssize_t read_message_(int fd, unsigned char* buffer, size_t limit)
 {
     for (;;) {
-        ssize_t got = ::recv(fd, buffer.data(), limit, 0);
+        ssize_t got = ::recv(fd, buffer, limit, 0);
         if (got >= 0 || errno != EINTR) {
             return got;
         }
@@ -112,8 +120,9 @@ ssize_t read_message_(int fd, std::vector<unsigned char>& buffer, size_t limit)
 void* receive_loop_(void* argument)
 {
     std::unique_ptr<receive_job> job(static_cast<receive_job*>(argument));
-    const size_t limit = OSL_MDEV_AOA_MAX_TRANSFER + 1;  // one more byte reveals an oversize message
-    std::vector<unsigned char> buffer(limit + OSL_MDEV_AOA_SLACK);
+    const size_t limit = OSL_MDEV_AOA_MAX_TRANSFER + 1;
+    std::unique_ptr<transfer_buffer> storage(new transfer_buffer);
+    unsigned char* buffer = storage->bytes;
     for (;;) {
         ssize_t got = read_message_(job->connection->fd, buffer, limit);
         if (got <= 0 || got > OSL_MDEV_AOA_MAX_TRANSFER) {
@@ -121,8 +130,8 @@ void* receive_loop_(void* argument)
         }
         // The reader may look past the transfer's end: it must see zeros there,
         // whatever an earlier, longer message or the reader itself left.
-        std::memset(buffer.data() + got, 0, OSL_MDEV_AOA_SLACK);
-        job->recv(OSL_MDEV_AOA_EVENT_DATA, buffer.data(), static_cast<int>(got));
+        std::memset(buffer + got, 0, OSL_MDEV_AOA_SLACK);
+        job->recv(OSL_MDEV_AOA_EVENT_DATA, buffer, static_cast<int>(got));
     }
     job->recv(OSL_MDEV_AOA_EVENT_CLOSED, nullptr, 0);
     return nullptr;

@@ -1,6 +1,6 @@
 #include "e2e_fixture.h"
 
-#include "log_wait.h"
+#include "program_log_watch.h"
 #include "mobile_packet.h"
 
 #include <cstdlib>
@@ -131,8 +131,8 @@ std::string e2e_fixture::upload(const std::string& package, const upload_options
     }
     const std::string reply = next_reply();
     if (reply.rfind("no reply", 0) != 0 &&
-        wait_for_any_log_text(program_log_path(), after_upload_reply, reply_timeout_ms,
-                              log_before) < 0) {
+        norvane_tools::program_log_watch(program_log_path())
+                .wait_for_any(after_upload_reply, reply_timeout_ms, log_before) < 0) {
         ADD_FAILURE() << "the program logged no state change after the upload reply";
     }
     return reply;
@@ -159,7 +159,7 @@ std::string e2e_fixture::next_reply(int timeout_ms)
 
 bool e2e_fixture::wait_for_log(const std::string& text, int timeout_ms) const
 {
-    return wait_for_log_text(program_log_path(), text, timeout_ms);
+    return norvane_tools::program_log_watch(program_log_path()).wait_for(text, timeout_ms) == 0;
 }
 
 std::string e2e_fixture::program_log() const

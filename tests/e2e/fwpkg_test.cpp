@@ -3,6 +3,7 @@
 #include "e2e_fixture.h"
 
 #include "bsd_sum.h"
+#include "command_output.h"
 #include "delivery_replies.h"
 
 #include <cstdio>
@@ -11,26 +12,10 @@
 namespace norvane_test {
 namespace {
 
-struct command_result {
-    int status = -1;
-    std::string output;
-};
-
-command_result run(const std::string& command)
+// A command with its standard error in its output, as a user sees it.
+command_output run(const std::string& command)
 {
-    command_result result;
-    FILE* pipe = ::popen((command + " 2>&1").c_str(), "r");
-    if (pipe == nullptr) {
-        return result;
-    }
-    char buffer[4096];
-    size_t got = 0;
-    while ((got = std::fread(buffer, 1, sizeof buffer, pipe)) > 0) {
-        result.output.append(buffer, got);
-    }
-    int status = ::pclose(pipe);
-    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return result;
+    return run_command(command + " 2>&1");
 }
 
 class fwpkg_test : public e2e_fixture {
@@ -53,26 +38,50 @@ protected:
         return folder;
     }
 
-    command_result last_;
+    command_output last_;
 };
 
 TEST_F(fwpkg_test, built_sample_passes_the_device_verification)
 {
     const std::string zip = build(FWUPDATE_SOURCE_DIR "/samples/device-firmware");
-    ASSERT_EQ(0, last_.status) << last_.output;
+    ASSERT_EQ(0, last_.status) << last_.out;
 
-    const command_result check = run(std::string(FWPKG_BINARY) + " check '" + zip + "'");
+    const command_output check = run(std::string(FWPKG_BINARY) + " check '" + zip + "'");
     EXPECT_EQ(0, check.status);
-    EXPECT_EQ(zip + ": verified: version 1.0.0, type DEVICE_FIRMWARE\n", check.output);
+    EXPECT_EQ(zip + ": verified: version 1.0.0, type DEVICE_FIRMWARE\n", check.out);
+}
+
+TEST_F(fwpkg_test, same_folder_gives_the_same_bytes_in_any_time_zone_under_any_umask)
+{
+    const std::string zip = build(FWUPDATE_SOURCE_DIR "/samples/device-firmware");
+    ASSERT_EQ(0, last_.status) << last_.out;
+    // Fresh copies of the files (new modification times), another time zone
+    // and a umask that leaves only the owner's bits.
+    const std::string copy = dir_.file("copy");
+    std::filesystem::copy(FWUPDATE_SOURCE_DIR "/samples/device-firmware", copy);
+    const std::string again = dir_.file("again.zip");
+    const command_output second =
+        run("umask 077 && TZ=Asia/Tokyo " + std::string(FWPKG_BINARY) + " build '" + copy + "' -o '" +
+            again + "' --version 1.0.0 --type DEVICE_FIRMWARE");
+    ASSERT_EQ(0, second.status) << second.out;
+
+    EXPECT_EQ(read_file_bytes(zip), read_file_bytes(again));
+    const command_output listing = run("zipinfo -T '" + again + "'");
+    EXPECT_NE(std::string::npos,
+              listing.out.find("-rw-r--r--  3.0 unx      666 t- defN 19800101.000000 FW_package.xml\n"
+                                  "-rw-r--r--  3.0 unx    24576 b- stor 19800101.000000 main_controller.bin\n"
+                                  "-rw-r--r--  3.0 unx     6144 b- stor 19800101.000000 panel_ui.bin\n"
+                                  "-rw-r--r--  3.0 unx      232 t- defN 19800101.000000 release_notes.txt\n"))
+        << listing.out;
 }
 
 TEST_F(fwpkg_test, show_prints_the_description_as_a_table)
 {
     const auto files = sample_files(1234, 56);
     const std::string zip = build(folder_with(files), " --group MAIN:1.0.0 --group PANEL:2.1=panel_firmware.bin");
-    ASSERT_EQ(0, last_.status) << last_.output;
+    ASSERT_EQ(0, last_.status) << last_.out;
 
-    const command_result show = run(std::string(FWPKG_BINARY) + " show '" + zip + "'");
+    const command_output show = run(std::string(FWPKG_BINARY) + " show '" + zip + "'");
     EXPECT_EQ(0, show.status);
     char main_row[200];
     std::snprintf(main_row, sizeof main_row, "  %-40s %12s  %-8s %s\n", "main_firmware.bin", "1234",
@@ -80,19 +89,19 @@ TEST_F(fwpkg_test, show_prints_the_description_as_a_table)
     char panel_row[200];
     std::snprintf(panel_row, sizeof panel_row, "  %-40s %12s  %-8s %s\n", "panel_firmware.bin", "56",
                   bsd_sum_text(files[1].bytes).c_str(), "-");
-    EXPECT_NE(std::string::npos, show.output.find("package version  1.0.0\npackage type     DEVICE_FIRMWARE\n"));
-    EXPECT_NE(std::string::npos, show.output.find("total size       1290\n"));
-    EXPECT_NE(std::string::npos, show.output.find("group 1: MAIN 1.0.0\n"));
-    EXPECT_NE(std::string::npos, show.output.find(main_row));
-    EXPECT_NE(std::string::npos, show.output.find("group 2: PANEL 2.1\n"));
-    EXPECT_NE(std::string::npos, show.output.find(panel_row));
+    EXPECT_NE(std::string::npos, show.out.find("package version  1.0.0\npackage type     DEVICE_FIRMWARE\n"));
+    EXPECT_NE(std::string::npos, show.out.find("total size       1290\n"));
+    EXPECT_NE(std::string::npos, show.out.find("group 1: MAIN 1.0.0\n"));
+    EXPECT_NE(std::string::npos, show.out.find(main_row));
+    EXPECT_NE(std::string::npos, show.out.find("group 2: PANEL 2.1\n"));
+    EXPECT_NE(std::string::npos, show.out.find(panel_row));
 }
 
 TEST_F(fwpkg_test, check_reports_the_checksum_of_a_corrupted_file)
 {
     const auto files = sample_files(3000, 300);
     const std::string zip = build(folder_with(files));
-    ASSERT_EQ(0, last_.status) << last_.output;
+    ASSERT_EQ(0, last_.status) << last_.out;
 
     // Replace one file inside the package by a same-sized file of other bytes.
     const std::string unpacked = dir_.file("unpacked");
@@ -103,14 +112,14 @@ TEST_F(fwpkg_test, check_reports_the_checksum_of_a_corrupted_file)
     write_file_bytes(unpacked + "/panel_firmware.bin", corrupted);
     ASSERT_EQ(0, run("cd '" + unpacked + "' && zip -q -X '" + zip + "' panel_firmware.bin").status);
 
-    const command_result check = run(std::string(FWPKG_BINARY) + " check '" + zip + "'");
+    const command_output check = run(std::string(FWPKG_BINARY) + " check '" + zip + "'");
     EXPECT_EQ(1, check.status);
     EXPECT_EQ(zip + ": verification failed\n"
                     "[ERR] check(): Checksum in the list did not match. xml_info_list:[" +
                   bsd_sum_text(files[1].bytes) + "] unzip_info_list:[" + bsd_sum_text(corrupted) +
                   "]\n"
                   "[ERR] verify(): Faild check verify list operation.\n",
-              check.output);
+              check.out);
 }
 
 TEST_F(fwpkg_test, build_refuses_a_folder_with_a_subfolder)
@@ -119,7 +128,7 @@ TEST_F(fwpkg_test, build_refuses_a_folder_with_a_subfolder)
     std::filesystem::create_directories(folder + "/nested");
     build(folder);
     EXPECT_EQ(1, last_.status);
-    EXPECT_EQ("fwpkg: nested is not a regular file: the device extracts packages flat\n", last_.output);
+    EXPECT_EQ("fwpkg: nested is not a regular file: the device extracts packages flat\n", last_.out);
 }
 
 TEST_F(fwpkg_test, build_refuses_a_name_the_device_cannot_checksum)
@@ -128,7 +137,7 @@ TEST_F(fwpkg_test, build_refuses_a_name_the_device_cannot_checksum)
     EXPECT_EQ(1, last_.status);
     EXPECT_EQ("fwpkg: the device cannot take the file name \"a;touch x\" "
               "(at most 93 letters, digits and ._-+,=@%:~)\n",
-              last_.output);
+              last_.out);
 }
 
 // The device's checksum command for a file in /tmp/fwupdate/update must fit
@@ -141,7 +150,7 @@ TEST_F(fwpkg_test, build_refuses_a_name_too_long_for_the_device_checksum)
     EXPECT_EQ(1, last_.status);
     EXPECT_EQ("fwpkg: the device cannot take the file name \"" + name +
                   "\" (at most 93 letters, digits and ._-+,=@%:~)\n",
-              last_.output);
+              last_.out);
 }
 
 TEST_F(fwpkg_test, longest_name_the_device_takes_is_built_and_verified)
@@ -153,28 +162,28 @@ TEST_F(fwpkg_test, longest_name_the_device_takes_is_built_and_verified)
     // From inside the folder, so that the name's path here is short too.
     last_ = run("cd '" + folder + "' && " + FWPKG_BINARY + " build . -o '" + zip +
                 "' --version 1.0.0 --type DEVICE_FIRMWARE");
-    ASSERT_EQ(0, last_.status) << last_.output;
+    ASSERT_EQ(0, last_.status) << last_.out;
 
-    const command_result check = run(std::string(FWPKG_BINARY) + " check '" + zip + "'");
-    EXPECT_EQ(0, check.status) << check.output;
-    EXPECT_EQ(zip + ": verified: version 1.0.0, type DEVICE_FIRMWARE\n", check.output);
+    const command_output check = run(std::string(FWPKG_BINARY) + " check '" + zip + "'");
+    EXPECT_EQ(0, check.status) << check.out;
+    EXPECT_EQ(zip + ": verified: version 1.0.0, type DEVICE_FIRMWARE\n", check.out);
 }
 
 TEST_F(fwpkg_test, build_refuses_an_unknown_package_type)
 {
     const std::string zip = dir_.file("built.zip");
-    const command_result result = run(std::string(FWPKG_BINARY) + " build '" +
+    const command_output result = run(std::string(FWPKG_BINARY) + " build '" +
                                       folder_with(sample_files(10, 10)) + "' -o '" + zip +
                                       "' --version 1 --type FIRMWARE");
     EXPECT_EQ(1, result.status);
-    EXPECT_EQ("fwpkg: unknown package type FIRMWARE\n", result.output);
+    EXPECT_EQ("fwpkg: unknown package type FIRMWARE\n", result.out);
     EXPECT_FALSE(std::filesystem::exists(zip));
 }
 
 TEST_F(fwpkg_test, package_it_builds_is_delivered_and_recorded_by_the_program)
 {
     const std::string zip = build(FWUPDATE_SOURCE_DIR "/samples/device-firmware");
-    ASSERT_EQ(0, last_.status) << last_.output;
+    ASSERT_EQ(0, last_.status) << last_.out;
     ASSERT_EQ(0, start_program());
     EXPECT_EQ(upload_ok,
               upload(read_file_bytes(zip), norvane_tools::upload_options{}));

@@ -39,6 +39,8 @@ protected:
     }
 
     // The package file cannot take any byte: a full extraction folder.
+    void expect_full_folder_fails_in_download(size_t transfer_size);
+
     void fill_extraction_folder()
     {
         const std::string folder = norvane_tools::fwupdate_work_dir;
@@ -130,7 +132,7 @@ TEST_F(platform_fault_test, record_that_cannot_be_closed_keeps_the_previous_vers
 }
 
 // The package file is /dev/full, as a full extraction folder would be. How
-// the upload reply reads depends on where the file stream's 4096-byte buffer
+// the upload reply reads depends on where the file stream's buffer (256 KiB)
 // meets the failure, but the run always fails.
 
 // A package smaller than the buffer never leaves it before the close, whose
@@ -160,23 +162,26 @@ TEST_F(platform_fault_test, full_extraction_folder_under_a_small_package_replies
     EXPECT_NE(std::string::npos, log.find(finish_line(1)));
 }
 
-// Pieces of 1024 bytes fill the buffer; once its flush has failed, a piece
-// of which nothing could be taken is a failed write: the upload reply says
-// 20, the later pieces are discarded, and what was stored fails
-// verification.
-TEST_F(platform_fault_test, full_extraction_folder_under_small_pieces_replies_20)
+// A package larger than the buffer: once the buffer's flush has failed, a
+// piece of which nothing could be taken is a failed write, whatever the size
+// of the pieces (a transfer, at most 64 KiB, is always smaller than the
+// buffer). The upload reply says 20, the later pieces are discarded, and
+// what was stored fails verification.
+void platform_fault_test::expect_full_folder_fails_in_download(size_t transfer_size)
 {
-    const auto files = sample_files(40000, 400);
+    const auto files = sample_files(600000, 400);
     const std::string package = make_package(files, "5.4.3", "DEVICE_FIRMWARE");
+    ASSERT_GT(package.size(), 2u * 256u * 1024u);
     ASSERT_EQ(0, start_program());
     fill_extraction_folder();
-    upload_options small_pieces;
-    small_pieces.transfer_size = 1024;
-    EXPECT_EQ(upload_error_in_download, upload(package, small_pieces));
+    upload_options pieces;
+    pieces.transfer_size = transfer_size;
+    EXPECT_EQ(upload_error_in_download, upload(package, pieces));
     EXPECT_EQ(finished_fw_error_2, status(1));
     EXPECT_EQ(0, wait_program());
 
     EXPECT_EQ("dlstart\ndlfinish 1\n", service_log());
+    EXPECT_FALSE(record_exists("FIRMWARE_VERSION_DEVICE"));
     const std::string log = program_log();
     EXPECT_NE(std::string::npos, log.find("[ERR] write_binary_file(): Failed to write the file. pfile:[0x"));
     EXPECT_NE(std::string::npos, log.find("[INF] set_process_err_(): set_process_err_. ErrorCode[DOWNLOAD]\n"));
@@ -184,29 +189,14 @@ TEST_F(platform_fault_test, full_extraction_folder_under_small_pieces_replies_20
     EXPECT_NE(std::string::npos, log.find(finish_line(0)));
 }
 
-// Pieces of 16384 bytes: each write is taken in part, into the buffer, and
-// the stream drops the buffer when its flush fails, so no write is reported
-// as failed. The upload reply says 0; the stored file is empty and fails
-// verification.
-TEST_F(platform_fault_test, full_extraction_folder_under_large_pieces_replies_0_and_fails_verification)
+TEST_F(platform_fault_test, full_extraction_folder_under_small_pieces_replies_20)
 {
-    const auto files = sample_files(40000, 400);
-    const std::string package = make_package(files, "5.4.3", "DEVICE_FIRMWARE");
-    ASSERT_EQ(0, start_program());
-    fill_extraction_folder();
-    upload_options large_pieces;
-    large_pieces.transfer_size = 16384;
-    EXPECT_EQ(upload_ok, upload(package, large_pieces));
-    EXPECT_EQ(finished_fw_error_2, status(1));
-    EXPECT_EQ(0, wait_program());
+    expect_full_folder_fails_in_download(1024);
+}
 
-    EXPECT_EQ("dlstart\ndlfinish 1\n", service_log());
-    EXPECT_FALSE(record_exists("FIRMWARE_VERSION_DEVICE"));
-    const std::string log = program_log();
-    EXPECT_EQ(std::string::npos, log.find("Failed to write the file"));
-    EXPECT_EQ(std::string::npos, log.find("Failed to close the file"));
-    EXPECT_NE(std::string::npos, log.find("[IMP] verify(): ##### Faild Verify process.\n"));
-    EXPECT_NE(std::string::npos, log.find(finish_line(0)));
+TEST_F(platform_fault_test, full_extraction_folder_under_the_largest_pieces_replies_20)
+{
+    expect_full_folder_fails_in_download(65536);
 }
 
 // A system without /dev/null: the program cannot make it its standard input

@@ -7,8 +7,8 @@ source "$(dirname "${BASH_SOURCE[0]}")/script_checks.sh"
 broken=$(broken_build_dir)
 empty=$(empty_build_dir)
 
-run_sourced test-arm 'stage_cross_build "$1" "$2" || { echo "stage status $?"; exit 1; }' \
-  "$broken" "$scratch/sysroot"
+run_sourced test-arm 'stage_cross_build "$1" "$2" "$3" || { echo "stage status $?"; exit 1; }' \
+  "$broken" "$scratch/sysroot" "$empty"
 check "the cross build fails on a broken build folder" \
   failed_with "test-arm: cmake could not configure $broken"
 check "the cross build runs nothing after the failed configure" output_lacks "the build failed"
@@ -30,8 +30,8 @@ run_sourced test-arm 'stage_arm_end_to_end "$1" "$2"' "$empty" "$broken"
 check "the end-to-end tests against the armhf program fail when none ran" \
   failed_with "test-arm: tests failed or none ran in $empty"
 
-run_sourced test-arm 'arm_stage "cross build" stage_cross_build "$1" "$2"; echo "next stage"' \
-  "$broken" "$scratch/sysroot"
+run_sourced test-arm 'arm_stage "cross build" stage_cross_build "$1" "$2" "$3"; echo "next stage"' \
+  "$broken" "$scratch/sysroot" "$empty"
 check "the first failed stage ends the run" output_lacks "next stage"
 check "the run names the failed stage" failed_with "cross build              FAILED"
 

@@ -13,10 +13,12 @@
 #include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <map>
 #include <sstream>
+#include <utime.h>
 
 namespace norvane_tools {
 
@@ -237,11 +239,36 @@ int write_description(const build_request& request, const std::vector<folder_fil
     return bad;
 }
 
-int zip_folder(const std::string& staging, const std::string& output, std::string& error)
+// Every entry gets the same permissions and modification time, and the
+// entries go into the zip in a fixed order, so that the same folder always
+// gives the same package bytes: on any machine, in any time zone, under any
+// umask, whenever the files were copied.
+constexpr time_t entry_time = 315532800;   // 1980-01-01 00:00:00 UTC, the zip format's first day
+
+int settle_entry(const fs::path& path, std::string& error)
+{
+    std::error_code failure;
+    fs::permissions(path, fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read |
+                              fs::perms::others_read, failure);
+    const utimbuf times{entry_time, entry_time};
+    if (failure || ::utime(path.c_str(), &times) != 0) {
+        error = "cannot set the time and permissions of " + path.filename().string();
+        return 1;
+    }
+    return 0;
+}
+
+// The description first, then the files by name. zip stores local time, so it
+// runs in UTC.
+int zip_entries(const std::string& staging, const std::vector<folder_file>& files,
+                const std::string& output, std::string& error)
 {
     std::error_code ignored;
     fs::remove(output, ignored);
-    const std::string command = "cd '" + staging + "' && zip -q -X -r '" + output + "' .";
+    std::string command = "cd '" + staging + "' && TZ=UTC zip -q -X '" + output + "' " + description_name;
+    for (const folder_file& file : files) {
+        command += " '" + file.name + "'";
+    }
     if (std::system(command.c_str()) != 0) {
         error = "zip failed: " + command;
         return 1;
@@ -300,10 +327,17 @@ int build_package(const build_request& request, std::string& error, std::string&
             result = 1;
             break;
         }
+        result = settle_entry(fs::path(staging) / file.name, error);
+        if (result != 0) {
+            break;
+        }
     }
     if (result == 0) {
         std::ofstream(fs::path(staging) / description_name, std::ios::binary) << xml;
-        result = zip_folder(staging, fs::absolute(request.output).string(), error);
+        result = settle_entry(fs::path(staging) / description_name, error);
+    }
+    if (result == 0) {
+        result = zip_entries(staging, files, fs::absolute(request.output).string(), error);
     }
     std::error_code ignored;
     fs::remove_all(staging, ignored);

@@ -4,19 +4,28 @@
 //     deliver PACKAGE.zip     upload, poll until finished, confirm
 //     status OPTION           one status query
 //     send-raw HEX...         hand-made packets, one transfer per argument
+//     replay CAPTURE.pcapng   the phone's side of a capture, replies compared
 //
 // It listens on the accessory socket; with --run it also empties the
 // extraction folder, starts the program with the host environment, and
 // reports the program's exit status, the update-service log and the records.
+// With --capture it records every transfer of the link into a pcapng file.
+#include "capture_replay.h"
+#include "mobile_command_line.h"
 #include "mobile_session.h"
+#include "pcapng_reader.h"
+#include "program_log_watch.h"
 #include "program_runner.h"
 #include "run_report.h"
+#include "transfer_capture.h"
 
-#include <chrono>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <sstream>
 #include <string>
 #include <unistd.h>
@@ -30,60 +39,18 @@ namespace {
 
 using namespace norvane_tools;
 
-constexpr int exit_succeeded = 0;
-constexpr int exit_failed = 1;
-constexpr int exit_usage = 2;
+// The controller logs this state change right after it queued its
+// verification (or ended the run when storing the package failed), in the
+// same step that sent the upload reply.
+const char* const verification_queued_line = "Change exec state. [DOWNLOAD] -> [";
 
-struct command {
-    std::string name;
-    std::vector<std::string> args;
+// What the run reads before anything starts, so that a missing file stops it
+// before the program does.
+struct run_inputs {
+    std::map<std::string, std::string> packages;   // path -> bytes
+    capture_replay replay;
+    transfer_capture capture;
 };
-
-struct settings {
-    std::string socket_path;
-    std::string state_dir;
-    std::string run_binary;
-    std::string faults;
-    std::string program_log;
-    std::string host_bin_dir = FWUPDATE_HOST_BIN_DIR;
-    std::string launcher;
-    upload_options upload;
-    int timeout_s = 600;
-    int exit_wait_s = 5;
-    bool plain = false;
-    bool handshake = true;
-    std::vector<command> commands;
-};
-
-const char* usage_text =
-    "usage: fwupdate-mobile [OPTIONS] COMMAND...\n"
-    "commands (several may follow each other):\n"
-    "  deliver PACKAGE.zip   upload the package, poll the status until finished, confirm\n"
-    "  status OPTION         send one status query with OPTION (1 stored?, 2 validated?)\n"
-    "  send-raw HEX...       send each HEX argument as one transfer, then read replies\n"
-    "options:\n"
-    "  --socket PATH         listening socket (default $FWUPDATE_AOA_SOCKET or /tmp/fwupdate-aoa.sock)\n"
-    "  --run BINARY          empty /tmp/fwupdate/update, start BINARY, reap it at the end\n"
-    "  --state-dir DIR       the program's FWUPDATE_STATE_DIR (default $FWUPDATE_STATE_DIR or /tmp/fwupdate-state)\n"
-    "  --faults LIST         the program's FWUPDATE_FAULTS (with --run)\n"
-    "  --program-log FILE    the program's standard error goes to FILE (with --run)\n"
-    "  --host-bin DIR        folder put first in the program's PATH (the busybox front)\n"
-    "  --launcher WORDS      start the program through WORDS, e.g. \"qemu-arm -L /usr/arm-linux-gnueabihf\"\n"
-    "  --request-id N --version N --reserved N   identity of the requests (default 1, 1, 0)\n"
-    "  --transfer-size N     bytes per transfer, at most 65536 (default 16384)\n"
-    "  --first-transfer-with-body   put body bytes into the header's transfer\n"
-    "  --single-transfer     the header and the whole package in one transfer\n"
-    "  --timeout SECONDS     wait for each reply at most this long (default 600)\n"
-    "  --exit-wait SECONDS   wait for the program to end after the commands (default 5)\n"
-    "  --no-handshake        send the first command at once, without the readiness handshake\n"
-    "                        (a status query with option 1 answered before anything else)\n"
-    "  --plain               plain lines even on a terminal\n";
-
-std::string env_or(const char* name, const char* fallback)
-{
-    const char* value = std::getenv(name);
-    return (value != nullptr && value[0] != '\0') ? value : fallback;
-}
 
 std::vector<std::string> split_words(const std::string& text)
 {
@@ -96,91 +63,48 @@ std::vector<std::string> split_words(const std::string& text)
     return words;
 }
 
-bool is_command_word(const std::string& word)
-{
-    return word == "deliver" || word == "status" || word == "send-raw";
-}
-
-int parse_number(const std::string& text, unsigned long limit, unsigned long& value)
-{
-    char* end = nullptr;
-    value = std::strtoul(text.c_str(), &end, 0);
-    return (end == text.c_str() || *end != '\0' || value > limit) ? 1 : 0;
-}
-
-int parse_arguments(int argc, char** argv, settings& config)
-{
-    std::vector<std::string> words(argv + 1, argv + argc);
-    for (size_t i = 0; i < words.size(); ++i) {
-        const std::string& word = words[i];
-        auto value = [&](std::string& out) {
-            if (i + 1 >= words.size()) {
-                return 1;
-            }
-            out = words[++i];
-            return 0;
-        };
-        auto number = [&](unsigned long limit, unsigned long& out) {
-            std::string text;
-            return value(text) != 0 ? 1 : parse_number(text, limit, out);
-        };
-        unsigned long n = 0;
-        int bad = 0;
-        if (word == "--socket") bad = value(config.socket_path);
-        else if (word == "--run") bad = value(config.run_binary);
-        else if (word == "--state-dir") bad = value(config.state_dir);
-        else if (word == "--faults") bad = value(config.faults);
-        else if (word == "--program-log") bad = value(config.program_log);
-        else if (word == "--host-bin") bad = value(config.host_bin_dir);
-        else if (word == "--launcher") bad = value(config.launcher);
-        else if (word == "--request-id") { bad = number(0xFFFF, n); config.upload.request_id = static_cast<uint16_t>(n); }
-        else if (word == "--version") { bad = number(0xFFFF, n); config.upload.version = static_cast<uint16_t>(n); }
-        else if (word == "--reserved") { bad = number(0xFFFF, n); config.upload.reserved = static_cast<uint16_t>(n); }
-        else if (word == "--transfer-size") { bad = number(65536, n) || n < 17; config.upload.transfer_size = n; }
-        else if (word == "--timeout") { bad = number(86400, n); config.timeout_s = static_cast<int>(n); }
-        else if (word == "--exit-wait") { bad = number(86400, n); config.exit_wait_s = static_cast<int>(n); }
-        else if (word == "--first-transfer-with-body") config.upload.first_transfer_with_body = true;
-        else if (word == "--single-transfer") config.upload.single_transfer = true;
-        else if (word == "--plain") config.plain = true;
-        else if (word == "--no-handshake") config.handshake = false;
-        else if (is_command_word(word)) {
-            command next{word, {}};
-            while (i + 1 < words.size() && !is_command_word(words[i + 1])) {
-                next.args.push_back(words[++i]);
-            }
-            config.commands.push_back(next);
-        } else {
-            std::fprintf(stderr, "fwupdate-mobile: unknown argument %s\n", word.c_str());
-            return 1;
-        }
-        if (bad) {
-            std::fprintf(stderr, "fwupdate-mobile: bad or missing value for %s\n", word.c_str());
-            return 1;
-        }
-    }
-    for (const command& each : config.commands) {
-        const bool one_arg = each.name != "send-raw";
-        if ((one_arg && each.args.size() != 1) || each.args.empty()) {
-            std::fprintf(stderr, "fwupdate-mobile: %s needs %s\n", each.name.c_str(),
-                         one_arg ? "exactly one argument" : "at least one argument");
-            return 1;
-        }
-    }
-    if (config.commands.empty()) {
-        return 1;
-    }
-    if (config.socket_path.empty()) config.socket_path = env_or("FWUPDATE_AOA_SOCKET", "/tmp/fwupdate-aoa.sock");
-    if (config.state_dir.empty()) config.state_dir = env_or("FWUPDATE_STATE_DIR", "/tmp/fwupdate-state");
-    return 0;
-}
-
-int read_package(const std::string& path, std::string& bytes)
+int read_file(const std::string& path, std::string& bytes, std::string& error)
 {
     std::ifstream in(path, std::ios::binary);
     if (!in) {
+        error = std::strerror(errno);
         return 1;
     }
     bytes.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    return 0;
+}
+
+int read_inputs(const mobile_settings& config, run_inputs& inputs, run_report& report)
+{
+    for (const mobile_command& each : config.commands) {
+        std::string error;
+        if (each.name == "deliver" &&
+            read_file(each.args[0], inputs.packages[each.args[0]], error) != 0) {
+            report.line("cannot read the package " + each.args[0] + ": " + error);
+            return 1;
+        }
+        if (each.name == "deliver" && config.upload.single_transfer &&
+            inputs.packages[each.args[0]].size() + 16 > 65536) {
+            report.line("the package " + each.args[0] + " does not fit in one transfer of 65536 bytes");
+            return 1;
+        }
+        if (each.name == "replay") {
+            pcapng_reader reader;
+            if (reader.read_file(each.args[0]) != 0 || inputs.replay.load(reader.packets()) != 0) {
+                report.line("cannot replay " + each.args[0] + ": " +
+                            (reader.last_error().empty() ? inputs.replay.error() : reader.last_error()));
+                return 1;
+            }
+        }
+    }
+    if (!config.run_binary.empty() && ::access(config.run_binary.c_str(), X_OK) != 0) {
+        report.line("cannot start " + config.run_binary + ": " + std::strerror(errno));
+        return 1;
+    }
+    if (!config.capture_path.empty() && inputs.capture.open(config.capture_path) != 0) {
+        report.line("cannot capture: " + inputs.capture.error());
+        return 1;
+    }
     return 0;
 }
 
@@ -193,19 +117,10 @@ void drain_replies(mobile_session& session, int timeout_ms)
     }
 }
 
-int run_deliver(mobile_session& session, const settings& config, const command& each,
-                run_report& report)
+int run_deliver(mobile_session& session, const mobile_settings& config, const std::string& path,
+                const std::string& package, run_report& report)
 {
-    std::string package;
-    if (read_package(each.args[0], package) != 0) {
-        report.line("cannot read the package " + each.args[0]);
-        return exit_usage;
-    }
-    if (config.upload.single_transfer && package.size() + 16 > 65536) {
-        report.line("the package does not fit in one transfer of 65536 bytes");
-        return exit_usage;
-    }
-    report.line("delivering " + each.args[0] + " (" + std::to_string(package.size()) + " bytes)");
+    report.line("delivering " + path + " (" + std::to_string(package.size()) + " bytes)");
     report.start_progress(package.size());
     delivery_result result = deliver_package(
         session, package, config.upload,
@@ -218,41 +133,168 @@ int run_deliver(mobile_session& session, const settings& config, const command& 
     return result.succeeded() ? exit_succeeded : exit_failed;
 }
 
-int run_commands(mobile_session& session, const settings& config, run_report& report)
+int run_status(mobile_session& session, const std::string& option_text, run_report& report)
+{
+    const uint16_t option = static_cast<uint16_t>(std::strtoul(option_text.c_str(), nullptr, 0));
+    header reply = {};
+    std::string wire;
+    if (session.send_status(option) != 0 || session.read_reply(reply, wire) != 0) {
+        report.line("status " + option_text + ": " + session.error());
+        return exit_failed;
+    }
+    return exit_succeeded;
+}
+
+int run_send_raw(mobile_session& session, const std::vector<std::string>& transfers, run_report& report)
 {
     int outcome = exit_succeeded;
-    for (const command& each : config.commands) {
-        if (each.name == "deliver") {
-            outcome |= run_deliver(session, config, each, report);
-        } else if (each.name == "status") {
-            unsigned long option = 0;
-            if (parse_number(each.args[0], 0xFFFF, option) != 0) {
-                report.line("bad status option " + each.args[0]);
-                return exit_usage;
-            }
-            header reply = {};
-            std::string wire;
-            if (session.send_status(static_cast<uint16_t>(option)) != 0 ||
-                session.read_reply(reply, wire) != 0) {
-                report.line("status " + each.args[0] + ": " + session.error());
-                outcome |= exit_failed;
-            }
-        } else {
-            for (const std::string& hex : each.args) {
-                std::string bytes;
-                if (from_hex(hex, bytes) != 0 || bytes.empty()) {
-                    report.line("bad hex transfer " + hex);
-                    return exit_usage;
-                }
-                if (session.send_raw(bytes) != 0) {
-                    report.line("send-raw: " + session.error());
-                    outcome |= exit_failed;
-                    break;
-                }
-                report.line("sent " + to_hex(bytes.substr(0, 64)) + (bytes.size() > 64 ? " ..." : ""));
-            }
-            drain_replies(session, 500);
+    for (const std::string& hex : transfers) {
+        std::string bytes;
+        from_hex(hex, bytes);
+        if (session.send_raw(bytes) != 0) {
+            report.line("send-raw: " + session.error());
+            outcome = exit_failed;
+            break;
         }
+        report.line("sent " + to_hex(bytes.substr(0, 64)) + (bytes.size() > 64 ? " ..." : ""));
+    }
+    drain_replies(session, 500);
+    return outcome;
+}
+
+int run_commands(mobile_session& session, const mobile_settings& config, run_inputs& inputs,
+                 run_report& report)
+{
+    int outcome = exit_succeeded;
+    for (const mobile_command& each : config.commands) {
+        if (each.name == "deliver") {
+            outcome |= run_deliver(session, config, each.args[0], inputs.packages[each.args[0]], report);
+        } else if (each.name == "status") {
+            outcome |= run_status(session, each.args[0], report);
+        } else {
+            outcome |= run_send_raw(session, each.args, report);
+        }
+    }
+    return outcome;
+}
+
+// The phone's side of a capture. The step after an upload reply waits for
+// the program's verification, when the program was started here.
+int run_replay(phone_socket& socket, const mobile_settings& config, run_inputs& inputs,
+               run_report& report)
+{
+    size_t upload_replies = 0;
+    replay_options options;
+    options.reply_timeout_ms = config.timeout_s * 1000;
+    options.end_wait_ms = config.exit_wait_s * 1000;
+    options.report = [&report](const std::string& line) { report.line(line); };
+    if (!config.run_binary.empty()) {
+        options.after_upload_reply = [&config, &upload_replies]() {
+            return program_log_watch(config.program_log)
+                .wait_for_count(verification_queued_line, ++upload_replies, config.timeout_s * 1000);
+        };
+    } else {
+        report.line("the program was not started here: a query right after the upload reply may"
+                    " overtake its verification (docs/protocol.md)");
+    }
+    report.line("replaying " + config.commands[0].args[0] + " (" +
+                std::to_string(inputs.replay.phone_transfers()) + " transfers of the phone, " +
+                std::to_string(inputs.replay.replies()) + " replies)");
+    if (inputs.replay.play(socket, options) != 0) {
+        report.line("replay differs: " + inputs.replay.error());
+        return exit_failed;
+    }
+    report.line("replay matched: every reply as recorded");
+    return exit_succeeded;
+}
+
+int run_session(phone_socket& socket, const mobile_settings& config, run_inputs& inputs,
+                run_report& report)
+{
+    if (config.commands[0].name == "replay") {
+        return run_replay(socket, config, inputs, report);
+    }
+    mobile_session session(socket, config.timeout_s * 1000);
+    session.set_identity(config.upload.version, config.upload.reserved, config.upload.request_id);
+    size_t upload_replies = 0;
+    session.set_reply_observer([&](const header& reply, const std::string& wire) {
+        report.line("reply " + to_hex(wire.substr(0, 16)) + "  " + describe_reply(reply));
+        if (config.wait_for_verification &&
+            reply.command == norvane::QAV_MNT_FWUPDATE_MBA_RESPONSE_CMD_SEND_FIRMWARE_UPGRADE_FILE &&
+            program_log_watch(config.program_log)
+                    .wait_for_count(verification_queued_line, ++upload_replies, config.timeout_s * 1000) != 0) {
+            report.line("the program did not log that its verification is queued");
+        }
+    });
+    // The device takes package data only once it answers a status query; a
+    // phone that sends at once races the device's start-up (--no-handshake
+    // shows that race).
+    if (config.handshake) {
+        report.line("handshake: status query with option 1");
+        if (session.handshake() != 0) {
+            report.line(session.error());
+            return exit_failed;
+        }
+    }
+    return run_commands(session, config, inputs, report);
+}
+
+// A program log to read, for the waits that need one, when none was named.
+int choose_program_log(mobile_settings& config, run_report& report)
+{
+    const bool needs_log = config.wait_for_verification || config.commands[0].name == "replay";
+    if (config.run_binary.empty() || !config.program_log.empty() || !needs_log) {
+        return 0;
+    }
+    char path[] = "/tmp/fwupdate-mobile-program-XXXXXX.log";
+    const int fd = ::mkstemps(path, 4);
+    if (fd < 0) {
+        report.line(std::string("cannot create a program log: ") + std::strerror(errno));
+        return 1;
+    }
+    ::close(fd);
+    config.program_log = path;
+    return 0;
+}
+
+int start_program(program_runner& program, const mobile_settings& config, run_report& report)
+{
+    if (program_runner::empty_work_dir() != 0) {
+        report.line(std::string("cannot empty ") + fwupdate_work_dir);
+        return 1;
+    }
+    program_environment environment{config.socket_path, config.state_dir, config.faults,
+                                    config.host_bin_dir, config.program_log,
+                                    split_words(config.launcher), {}};
+    if (program.start(config.run_binary, environment) != 0) {
+        report.line("cannot start " + config.run_binary);
+        return 1;
+    }
+    report.line("started " + config.run_binary);
+    return 0;
+}
+
+// Reaps the program and shows what it left. A replay is judged by its
+// replies alone: some recorded runs end with status 1.
+int finish_program(program_runner& program, const mobile_settings& config, run_report& report)
+{
+    int outcome = exit_succeeded;
+    int exit_status = 0;
+    const bool replay = config.commands[0].name == "replay";
+    if (program.wait_exit(config.exit_wait_s * 1000, exit_status) != 0) {
+        program.kill_program();
+        report.line("the program was still running after " + std::to_string(config.exit_wait_s) +
+                    " s (it waits for the phone without limit); ended it");
+        outcome = replay ? exit_succeeded : exit_failed;
+    } else {
+        report.line("program exited with status " + std::to_string(exit_status));
+        if (exit_status != 0 && !replay) {
+            outcome = exit_failed;
+        }
+    }
+    report.show_state(config.state_dir);
+    if (!config.program_log.empty()) {
+        report.line("program log: " + config.program_log);
     }
     return outcome;
 }
@@ -261,78 +303,56 @@ int run_commands(mobile_session& session, const settings& config, run_report& re
 
 int main(int argc, char** argv)
 {
-    settings config;
-    if (parse_arguments(argc, argv, config) != 0) {
-        std::fputs(usage_text, stderr);
+    mobile_command_line command_line(FWUPDATE_HOST_BIN_DIR);
+    if (command_line.parse(std::vector<std::string>(argv + 1, argv + argc)) != 0) {
+        std::fprintf(stderr, "fwupdate-mobile: %s\nfwupdate-mobile --help shows the usage\n",
+                     command_line.error().c_str());
         return exit_usage;
     }
+    if (command_line.settings().help) {
+        std::fputs(mobile_command_line::usage(), stdout);
+        return exit_succeeded;
+    }
+    mobile_settings config = command_line.settings();
     run_report report(!config.plain && ::isatty(STDOUT_FILENO));
 
+    run_inputs inputs;
+    if (read_inputs(config, inputs, report) != 0 || choose_program_log(config, report) != 0) {
+        return exit_could_not_run;
+    }
     phone_socket socket;
     if (socket.listen_at(config.socket_path) != 0) {
         report.line("cannot listen: " + socket.last_error());
-        return exit_usage;
+        return exit_could_not_run;
+    }
+    if (!config.capture_path.empty()) {
+        socket.set_transfer_observer([&inputs](bool from_phone, const unsigned char* data, size_t size) {
+            inputs.capture.record(from_phone, data, size);
+        });
     }
     program_runner program;
-    const auto started = std::chrono::system_clock::now();
-    const size_t log_offset = report.log_size(config.state_dir);
-    if (!config.run_binary.empty()) {
-        if (program_runner::empty_work_dir() != 0) {
-            report.line(std::string("cannot empty ") + fwupdate_work_dir);
-            return exit_usage;
-        }
-        program_environment environment{config.socket_path, config.state_dir, config.faults,
-                                        config.host_bin_dir, config.program_log,
-                                        split_words(config.launcher), {}};
-        if (program.start(config.run_binary, environment) != 0) {
-            report.line("cannot start " + config.run_binary);
-            return exit_usage;
-        }
-        report.line("started " + config.run_binary);
+    report.note_state(config.state_dir);
+    if (!config.run_binary.empty() && start_program(program, config, report) != 0) {
+        return exit_could_not_run;
     }
     report.line("waiting for the program on " + config.socket_path);
     if (socket.accept_program(config.run_binary.empty() ? 600000 : 30000) != 0) {
         report.line(socket.last_error());
-        return exit_usage;
+        return exit_could_not_run;
     }
-    mobile_session session(socket, config.timeout_s * 1000);
-    session.set_identity(config.upload.version, config.upload.reserved, config.upload.request_id);
-    session.set_reply_observer([&report](const header& reply, const std::string& wire) {
-        report.line("reply " + to_hex(wire.substr(0, 16)) + "  " + describe_reply(reply));
-    });
 
-    // The device takes package data only once it answers a status query; a
-    // phone that sends at once races the device's start-up (--no-handshake
-    // shows that race).
-    int outcome = exit_succeeded;
-    if (config.handshake) {
-        report.line("handshake: status query with option 1");
-        if (session.handshake() != 0) {
-            report.line(session.error());
-            outcome = exit_failed;
-        }
-    }
-    if (outcome == exit_succeeded) {
-        outcome = run_commands(session, config, report);
-    }
+    int outcome = run_session(socket, config, inputs, report);
 
     if (!config.run_binary.empty()) {
-        int exit_status = 0;
-        if (program.wait_exit(config.exit_wait_s * 1000, exit_status) != 0) {
-            program.kill_program();
-            report.line("the program was still running after " + std::to_string(config.exit_wait_s) +
-                        " s (it waits for the phone without limit); ended it");
-            outcome |= exit_failed;
-        } else {
-            report.line("program exited with status " + std::to_string(exit_status));
-            if (exit_status != 0) {
-                outcome |= exit_failed;
-            }
+        outcome |= finish_program(program, config, report);
+    }
+    if (!config.capture_path.empty()) {
+        if (inputs.capture.close() != 0) {
+            report.line("capture failed: " + inputs.capture.error());
+            return exit_could_not_run;
         }
-        report.show_state(config.state_dir, log_offset, started);
-        if (!config.program_log.empty()) {
-            report.line("program log: " + config.program_log);
-        }
+        report.line("captured " + std::to_string(inputs.capture.transfers()) + " transfers into " +
+                    config.capture_path);
     }
     return outcome;
 }

@@ -155,4 +155,10 @@ int from_hex(const std::string& text, std::string& bytes)
     return 0;
 }
 
+std::string from_hex(const std::string& text)
+{
+    std::string bytes;
+    return from_hex(text, bytes) == 0 ? bytes : std::string();
+}
+
 }  // namespace norvane_tools

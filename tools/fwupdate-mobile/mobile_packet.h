@@ -30,6 +30,8 @@ std::string describe_result(uint16_t result_code);
 // "00 01 00 ..." for bytes; parsing accepts hex digits with optional blanks.
 std::string to_hex(const std::string& bytes);
 int from_hex(const std::string& text, std::string& bytes);
+// The bytes of text as from_hex reads them; "" when text is not hex.
+std::string from_hex(const std::string& text);
 
 }  // namespace norvane_tools
 

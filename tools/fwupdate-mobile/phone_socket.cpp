@@ -77,6 +77,9 @@ int phone_socket::send_transfer(const unsigned char* data, size_t size)
     if (sent < 0 || static_cast<size_t>(sent) != size) {
         return fail_("send");
     }
+    if (observer_) {
+        observer_(true, data, size);
+    }
     return 0;
 }
 
@@ -105,6 +108,9 @@ int phone_socket::receive_transfer(std::string& bytes, int timeout_ms)
         return 2;
     }
     bytes.resize(static_cast<size_t>(received));
+    if (observer_) {
+        observer_(false, reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
+    }
     return 0;
 }
 

@@ -3,9 +3,16 @@
 #ifndef NORVANE_TOOLS_PHONE_SOCKET_H
 #define NORVANE_TOOLS_PHONE_SOCKET_H
 
+#include <cstddef>
+#include <functional>
 #include <string>
+#include <utility>
 
 namespace norvane_tools {
+
+// Called with every transfer that went over the link, as it was sent or
+// received; from_phone tells which way.
+using transfer_observer = std::function<void(bool from_phone, const unsigned char* data, size_t size)>;
 
 class phone_socket {
 public:
@@ -26,6 +33,7 @@ public:
     int receive_transfer(std::string& bytes, int timeout_ms);
     // Closes the connection (the program sees the link close).
     void close_connection();
+    void set_transfer_observer(transfer_observer observer) { observer_ = std::move(observer); }
     const std::string& path() const { return path_; }
     const std::string& last_error() const { return error_; }
 
@@ -36,6 +44,7 @@ private:
     int conn_fd_ = -1;
     std::string path_;
     std::string error_;
+    transfer_observer observer_;
 };
 
 }  // namespace norvane_tools

@@ -55,6 +55,8 @@ public:
     // Ends a program that is still running.
     void kill_program();
     bool running() const { return pid_ > 0; }
+    // The running program's process id, or -1.
+    pid_t pid() const { return pid_; }
 
 private:
     pid_t pid_ = -1;

@@ -1,5 +1,6 @@
 #include "run_report.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -13,11 +14,11 @@ namespace fs = std::filesystem;
 void run_report::line(const std::string& text)
 {
     if (bar_shown_) {
-        std::fputs("\n", stdout);
+        std::fputs("\n", out_);
         bar_shown_ = false;
     }
-    std::fprintf(stdout, "%s\n", text.c_str());
-    std::fflush(stdout);
+    std::fprintf(out_, "%s\n", text.c_str());
+    std::fflush(out_);
 }
 
 void run_report::start_progress(size_t /*total*/)
@@ -55,9 +56,9 @@ void run_report::draw_bar_(size_t sent, size_t total, std::chrono::steady_clock:
     const int filled = static_cast<int>(fraction * width);
     std::string bar(static_cast<size_t>(filled), '#');
     bar.append(static_cast<size_t>(width - filled), '.');
-    std::fprintf(stdout, "\rupload [%s] %3d%%  %6.1f MB/s  %4.0f s left ", bar.c_str(),
+    std::fprintf(out_, "\rupload [%s] %3d%%  %6.1f MB/s  %4.0f s left ", bar.c_str(),
                  static_cast<int>(fraction * 100), rate, left);
-    std::fflush(stdout);
+    std::fflush(out_);
     bar_shown_ = true;
 }
 
@@ -74,13 +75,6 @@ void run_report::end_progress()
     char text[64];
     std::snprintf(text, sizeof text, "upload sent in %.2f s", seconds);
     line(text);
-}
-
-size_t run_report::log_size(const std::string& state_dir) const
-{
-    std::error_code error;
-    const auto size = fs::file_size(state_dir + "/update-service.log", error);
-    return error ? 0 : static_cast<size_t>(size);
 }
 
 namespace {
@@ -108,14 +102,40 @@ std::string record_text(const std::string& bytes)
 
 }  // namespace
 
-void run_report::show_state(const std::string& state_dir, size_t log_offset,
-                            std::chrono::system_clock::time_point started)
+void run_report::note_state(const std::string& state_dir)
+{
+    std::error_code error;
+    const auto size = fs::file_size(fs::path(state_dir) / "update-service.log", error);
+    log_offset_ = error ? 0 : static_cast<size_t>(size);
+    records_before_.clear();
+    for (const auto& entry : fs::directory_iterator(fs::path(state_dir) / "nv", error)) {
+        records_before_[entry.path().filename().string()] =
+            record_state{read_all(entry.path()), fs::last_write_time(entry.path(), error)};
+    }
+}
+
+// A record counts as this run's when it was not there before, holds other
+// bytes, or was written again with the same bytes. Its time is compared with
+// the time noted before the run, never with a clock: a record an earlier run
+// wrote a moment before this one started is not this run's.
+bool run_report::written_since_noted_(const fs::path& record) const
+{
+    const auto before = records_before_.find(record.filename().string());
+    if (before == records_before_.end()) {
+        return true;
+    }
+    std::error_code error;
+    return read_all(record) != before->second.bytes ||
+           fs::last_write_time(record, error) != before->second.written;
+}
+
+void run_report::show_state(const std::string& state_dir)
 {
     const fs::path log_path = fs::path(state_dir) / "update-service.log";
     std::string log = read_all(log_path);
     line("update-service log (" + log_path.string() + "), this run:");
-    if (log_offset < log.size()) {
-        log = log.substr(log_offset);
+    if (log_offset_ < log.size()) {
+        log = log.substr(log_offset_);
         size_t start = 0;
         while (start < log.size()) {
             size_t end = log.find('\n', start);
@@ -130,20 +150,17 @@ void run_report::show_state(const std::string& state_dir, size_t log_offset,
     const fs::path records = fs::path(state_dir) / "nv";
     line("records (" + records.string() + "):");
     std::error_code error;
-    std::vector<fs::directory_entry> entries;
+    std::vector<fs::path> paths;
     for (const auto& entry : fs::directory_iterator(records, error)) {
-        entries.push_back(entry);
+        paths.push_back(entry.path());
     }
-    if (entries.empty()) {
+    std::sort(paths.begin(), paths.end());
+    if (paths.empty()) {
         line("  (none)");
     }
-    for (const auto& entry : entries) {
-        const auto written = fs::last_write_time(entry.path(), error);
-        const auto written_system = std::chrono::time_point_cast<std::chrono::system_clock::duration>(
-            written - fs::file_time_type::clock::now() + std::chrono::system_clock::now());
-        const bool this_run = written_system >= started - std::chrono::seconds(1);
-        line("  " + entry.path().filename().string() + " = " + record_text(read_all(entry.path())) +
-             (this_run ? "  <- written by this run" : ""));
+    for (const fs::path& path : paths) {
+        line("  " + path.filename().string() + " = " + record_text(read_all(path)) +
+             (written_since_noted_(path) ? "  <- written by this run" : ""));
     }
 }
 

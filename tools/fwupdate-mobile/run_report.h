@@ -5,13 +5,16 @@
 #define NORVANE_TOOLS_RUN_REPORT_H
 
 #include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <map>
 #include <string>
 
 namespace norvane_tools {
 
 class run_report {
 public:
-    explicit run_report(bool terminal) : terminal_(terminal) {}
+    explicit run_report(bool terminal, std::FILE* out = stdout) : terminal_(terminal), out_(out) {}
 
     void line(const std::string& text);
 
@@ -19,18 +22,28 @@ public:
     void progress(size_t sent, size_t total);
     void end_progress();
 
-    // Size of the update-service log now, so that only this run's lines are
-    // shown at the end.
-    size_t log_size(const std::string& state_dir) const;
-    // Prints the update-service log from offset and the records, marking
-    // those written since started.
-    void show_state(const std::string& state_dir, size_t log_offset,
-                    std::chrono::system_clock::time_point started);
+    // Notes the state before the run: the size of the update-service log, so
+    // that only this run's lines are shown at the end, and every record's
+    // bytes and modification time.
+    void note_state(const std::string& state_dir);
+    // Prints the update-service log from where note_state found its end, and
+    // the records, marking those that are new, changed or written again since.
+    void show_state(const std::string& state_dir);
 
 private:
+    // A record as note_state found it.
+    struct record_state {
+        std::string bytes;
+        std::filesystem::file_time_type written;
+    };
+
     void draw_bar_(size_t sent, size_t total, std::chrono::steady_clock::time_point now);
+    bool written_since_noted_(const std::filesystem::path& record) const;
 
     bool terminal_;
+    std::FILE* out_;
+    size_t log_offset_ = 0;
+    std::map<std::string, record_state> records_before_;
     bool bar_shown_ = false;
     bool upload_reported_ = false;
     std::chrono::steady_clock::time_point upload_started_;

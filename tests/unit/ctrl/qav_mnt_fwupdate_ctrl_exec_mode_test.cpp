@@ -5,6 +5,7 @@
 // zips made with `zip`, extracted by the real unzip tool and verified by the
 // real pipeline in the fixed working folder.
 #include "qav_mnt_fwupdate_ctrl_exec_mode.h"
+#include "qav_mnt_fwupdate_lib_stream_buffer.h"
 
 #include <gtest/gtest.h>
 
@@ -38,6 +39,11 @@ namespace {
 
 const std::string WORK_DIR = "/tmp/fwupdate/update";
 const std::string PACKAGE_PATH = WORK_DIR + "/qav_mnt_fwpackage.zip";
+// A chunk this large goes past the package stream's buffer: the stream
+// writes it at once, so on /dev/full the write itself is refused. A smaller
+// chunk waits in the buffer and fails only when the file is closed.
+const uint32_t LARGER_THAN_STREAM_BUFFER =
+    static_cast<uint32_t>(qav_mnt_fwupdate_lib_stream_buffer::STREAM_BUFFER_SIZE + 10000);
 const int WAIT_MS = 20000;
 
 // Headers as the phone writes them and as the controller's replies leave,
@@ -760,12 +766,12 @@ TEST_F(ctrl_exec_mode_test, failed_allocation_of_a_middle_chunk_loses_it_without
 
 TEST_F(ctrl_exec_mode_test, failed_write_of_an_earlier_chunk_replies_20_and_still_verifies)
 {
-    // A fresh stream to /dev/full refuses a large write outright.
     std::filesystem::create_symlink("/dev/full", PACKAGE_PATH);
     int ret = run_([] {
         ASSERT_TRUE(idle_());
-        deliver_(upload_header(0xB1, 20000) + std::string(10000, 'w'));
-        deliver_(std::string(10000, 'x'));
+        deliver_(upload_header(0xB1, 2 * LARGER_THAN_STREAM_BUFFER) +
+                 std::string(LARGER_THAN_STREAM_BUFFER, 'w'));
+        deliver_(std::string(LARGER_THAN_STREAM_BUFFER, 'x'));
         ASSERT_TRUE(idle_());
         deliver_(status_query(0xB2, 1));
     });
@@ -787,8 +793,9 @@ TEST_F(ctrl_exec_mode_test, query_while_a_download_error_is_set_answers_result_0
     int ret = run_([] {
         ASSERT_TRUE(idle_());
         fake_os_wrapper::hold_receive(true);
-        deliver_(upload_header(0xC1, 20000) + std::string(10000, 'w'));
-        deliver_(std::string(10000, 'x'));
+        deliver_(upload_header(0xC1, 2 * LARGER_THAN_STREAM_BUFFER) +
+                 std::string(LARGER_THAN_STREAM_BUFFER, 'w'));
+        deliver_(std::string(LARGER_THAN_STREAM_BUFFER, 'x'));
         deliver_(status_query(0xC2, 1));
         fake_os_wrapper::hold_receive(false);
     });
@@ -806,7 +813,8 @@ TEST_F(ctrl_exec_mode_test, failed_write_of_the_last_chunk_replies_20_and_finish
     std::filesystem::create_symlink("/dev/full", PACKAGE_PATH);
     int ret = run_([] {
         ASSERT_TRUE(idle_());
-        deliver_(upload_header(0xD1, 10000) + std::string(10000, 'w'));
+        deliver_(upload_header(0xD1, LARGER_THAN_STREAM_BUFFER) +
+                 std::string(LARGER_THAN_STREAM_BUFFER, 'w'));
     });
     EXPECT_EQ(0, ret);
     EXPECT_EQ(std::vector<std::string>{upload_reply(0xD1, 20)}, fake_aoa::sent());

@@ -1,4 +1,5 @@
 #include "qav_mnt_fwupdate_lib_util.h"
+#include "qav_mnt_fwupdate_lib_stream_buffer.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -18,6 +19,7 @@
 
 namespace {
 
+using norvane::qav_mnt_fwupdate_lib_stream_buffer;
 using norvane::qav_mnt_fwupdate_lib_util;
 using norvane::QAV_MNT_FWUPDATE_CHECK_SUM_SIZE;
 using norvane::verify_file_info;
@@ -189,6 +191,42 @@ TEST(qav_mnt_fwupdate_lib_util, BinaryFileIsCreatedWrittenAndClosed)
     EXPECT_EQ(util.close_file(file), 0);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
     EXPECT_EQ(read_file_bytes(path), std::string("PK\x03\x04\0rest", 9));
+}
+
+// The size of the file at path as the file system has it, or -1.
+long long stored_size(const std::string& path)
+{
+    struct stat status;
+    return ::stat(path.c_str(), &status) == 0 ? static_cast<long long>(status.st_size) : -1;
+}
+
+// A delivery writes the 16 leading bytes and then one chunk per transfer;
+// the package file's stream hands them to the file in whole buffers of 256
+// KiB, and the rest when it is closed.
+TEST(qav_mnt_fwupdate_lib_util, PackageFileIsWrittenInWholeStreamBuffers)
+{
+    temp_dir dir;
+    const std::string path = dir.file("qav_mnt_fwpackage.zip");
+    qav_mnt_fwupdate_lib_util util;
+    FILE* file = nullptr;
+    const size_t buffers_before = qav_mnt_fwupdate_lib_stream_buffer::attached_count();
+    ASSERT_EQ(util.open_binary_file(path, &file), 0);
+    EXPECT_EQ(buffers_before + 1, qav_mnt_fwupdate_lib_stream_buffer::attached_count());
+    std::string leading(16, '\0');
+    std::string expected = leading;
+    EXPECT_EQ(util.write_binary_file(file, &leading[0], 16), 0);
+    const long long buffer_size =
+        static_cast<long long>(qav_mnt_fwupdate_lib_stream_buffer::STREAM_BUFFER_SIZE);
+    for (int index = 0; index < 70; ++index) {
+        std::string chunk(16384, static_cast<char>('a' + index % 26));
+        EXPECT_EQ(util.write_binary_file(file, &chunk[0], 16384), 0);
+        expected += chunk;
+        const long long whole_buffers = static_cast<long long>(expected.size()) / buffer_size;
+        EXPECT_EQ(whole_buffers * buffer_size, stored_size(path)) << "after chunk " << index;
+    }
+    EXPECT_EQ(util.close_file(file), 0);
+    EXPECT_EQ(buffers_before, qav_mnt_fwupdate_lib_stream_buffer::attached_count());
+    EXPECT_EQ(read_file_bytes(path), expected);
 }
 
 TEST(qav_mnt_fwupdate_lib_util, OpenBinaryFileTruncatesAnExistingFile)

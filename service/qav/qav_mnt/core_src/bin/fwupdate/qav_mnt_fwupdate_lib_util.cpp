@@ -11,6 +11,7 @@
 #include "osl_mdev_upd.h"
 #include "osw_os_wrapper.h"
 #include "qav_mnt_fwupdate_lib_log.h"
+#include "qav_mnt_fwupdate_lib_stream_buffer.h"
 
 namespace norvane {
 
@@ -207,6 +208,8 @@ int qav_mnt_fwupdate_lib_util::open_binary_file(const std::string& file_path, FI
                                  file_path.c_str());
         return 1;
     }
+    // Without its own buffer the stream still works, only with more writes.
+    qav_mnt_fwupdate_lib_stream_buffer::attach(*pfile);
     return 0;
 }
 
@@ -239,6 +242,8 @@ int qav_mnt_fwupdate_lib_util::close_file(FILE* pfile)
     // The stream is gone after fclose whatever it returns, so its address is
     // taken as a number first (volatile, so that it is really read before).
     const volatile uintptr_t pfile_address = reinterpret_cast<uintptr_t>(pfile);
+    // The stream's buffer is freed on return, after the close has flushed it.
+    const std::unique_ptr<char[]> buffer = qav_mnt_fwupdate_lib_stream_buffer::detach(pfile);
     if (std::fclose(pfile) == -1) {
         qav_mnt_fwupdate_log_err(__func__, "Failed to close the file. pfile=[0x%08X]\n",
                                  pointer_text_(pfile_address));
