@@ -1,6 +1,11 @@
 // The OS wrapper's message queue on the host: a fixed ring of msg_count slots
 // of msg_size bytes, guarded by one mutex, with one condition variable for
-// "a slot became free" and one for "a message arrived".
+// "a slot became free", one for "a message arrived" and one for "the last
+// caller left a closing queue".
+//
+// Destroying the queue closes it first: every sender and receiver still
+// waiting in it returns with an error, and the destructor frees the queue
+// only once they have all left it.
 #include "osw_os_wrapper.h"
 
 #include <chrono>
@@ -23,7 +28,9 @@ public:
             return 1;
         }
         std::unique_lock<std::mutex> guard(lock_);
-        if (!wait_(guard, not_full_, timeout, [this] { return used_ < slot_count_; })) {
+        caller_inside counted(*this);
+        if (!wait_(guard, not_full_, timeout, [this] { return closing_ || used_ < slot_count_; }) ||
+            closing_) {
             return 1;
         }
         // The slot holds the message followed by zeros up to the slot size.
@@ -41,7 +48,9 @@ public:
             return 1;
         }
         std::unique_lock<std::mutex> guard(lock_);
-        if (!wait_(guard, not_empty_, timeout, [this] { return used_ > 0; })) {
+        caller_inside counted(*this);
+        if (!wait_(guard, not_empty_, timeout, [this] { return closing_ || used_ > 0; }) ||
+            closing_) {
             return 1;
         }
         std::memcpy(msg, slot_at_(head_), slot_size_);
@@ -51,7 +60,35 @@ public:
         return 0;
     }
 
+    // Releases every waiting caller with an error and waits until all have
+    // left; later calls fail at once.
+    void close()
+    {
+        std::unique_lock<std::mutex> guard(lock_);
+        closing_ = true;
+        not_full_.notify_all();
+        not_empty_.notify_all();
+        all_left_.wait(guard, [this] { return inside_ == 0; });
+    }
+
 private:
+    // Counts a caller in for the scope of a send or receive, under the lock.
+    class caller_inside {
+    public:
+        explicit caller_inside(OSW_Message_Queue_impl& queue) : queue_(queue) { ++queue_.inside_; }
+        ~caller_inside()
+        {
+            if (--queue_.inside_ == 0 && queue_.closing_) {
+                queue_.all_left_.notify_all();
+            }
+        }
+        caller_inside(const caller_inside&) = delete;
+        caller_inside& operator=(const caller_inside&) = delete;
+
+    private:
+        OSW_Message_Queue_impl& queue_;
+    };
+
     bool usable_() const { return slot_count_ > 0 && slot_size_ > 0; }
 
     unsigned char* slot_at_(unsigned int index) { return slots_.data() + static_cast<size_t>(index) * slot_size_; }
@@ -74,9 +111,12 @@ private:
     std::vector<unsigned char> slots_;
     unsigned int head_ = 0;  // slot of the oldest message
     unsigned int used_ = 0;  // messages waiting
+    unsigned int inside_ = 0;  // callers in send or receive
+    bool closing_ = false;
     std::mutex lock_;
     std::condition_variable not_full_;
     std::condition_variable not_empty_;
+    std::condition_variable all_left_;
 };
 
 OSW_Message_Queue::OSW_Message_Queue(unsigned int msg_count, unsigned int msg_size, unsigned int /*flags*/)
@@ -86,6 +126,7 @@ OSW_Message_Queue::OSW_Message_Queue(unsigned int msg_count, unsigned int msg_si
 
 OSW_Message_Queue::~OSW_Message_Queue()
 {
+    impl_->close();
     delete impl_;
 }
 

@@ -17,6 +17,10 @@ public:
     // flags: only 0 is used. A queue of 0 slots or 0-byte slots refuses every
     // send and receive.
     OSW_Message_Queue(unsigned int msg_count, unsigned int msg_size, unsigned int flags);
+    // Releases every sender and receiver still waiting in the queue with a
+    // non-zero result and returns once they have all left it; messages still
+    // queued are dropped. A call that starts after the destructor returned
+    // is the caller's error.
     ~OSW_Message_Queue();
     OSW_Message_Queue(const OSW_Message_Queue&) = delete;
     OSW_Message_Queue& operator=(const OSW_Message_Queue&) = delete;

@@ -136,8 +136,37 @@ TEST_F(fwpkg_test, build_refuses_a_name_the_device_cannot_checksum)
     build(folder_with({{"a;touch x", "data"}}));
     EXPECT_EQ(1, last_.status);
     EXPECT_EQ("fwpkg: the device cannot take the file name \"a;touch x\" "
-              "(at most 255 letters, digits and ._-+,=@%:~)\n",
+              "(at most 93 letters, digits and ._-+,=@%:~)\n",
               last_.out);
+}
+
+// The device's checksum command for a file in /tmp/fwupdate/update must fit
+// 127 bytes with its NUL: names of at most 93 characters.
+TEST_F(fwpkg_test, build_refuses_a_name_too_long_for_the_device_checksum)
+{
+    const std::string name = std::string(90, 'n') + ".bin";
+    ASSERT_EQ(94u, name.size());
+    build(folder_with({{name, "data"}}));
+    EXPECT_EQ(1, last_.status);
+    EXPECT_EQ("fwpkg: the device cannot take the file name \"" + name +
+                  "\" (at most 93 letters, digits and ._-+,=@%:~)\n",
+              last_.out);
+}
+
+TEST_F(fwpkg_test, longest_name_the_device_takes_is_built_and_verified)
+{
+    const std::string name = std::string(89, 'n') + ".bin";
+    ASSERT_EQ(93u, name.size());
+    const std::string folder = folder_with({{name, "data"}});
+    const std::string zip = dir_.file("built.zip");
+    // From inside the folder, so that the name's path here is short too.
+    last_ = run("cd '" + folder + "' && " + FWPKG_BINARY + " build . -o '" + zip +
+                "' --version 1.0.0 --type DEVICE_FIRMWARE");
+    ASSERT_EQ(0, last_.status) << last_.out;
+
+    const command_output check = run(std::string(FWPKG_BINARY) + " check '" + zip + "'");
+    EXPECT_EQ(0, check.status) << check.out;
+    EXPECT_EQ(zip + ": verified: version 1.0.0, type DEVICE_FIRMWARE\n", check.out);
 }
 
 TEST_F(fwpkg_test, build_refuses_an_unknown_package_type)

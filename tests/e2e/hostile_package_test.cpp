@@ -10,6 +10,7 @@
 #include "mobile_packet.h"
 
 #include <sys/statvfs.h>
+#include <unistd.h>
 
 #include <cstdint>
 #include <cstdlib>
@@ -233,6 +234,68 @@ TEST_F(hostile_package_test, file_name_of_200_characters_cannot_be_checksummed_a
                               "file_path:[" + work_dir + "/" + name + "]\n"));
     EXPECT_EQ("long name payload", work_file(name));
 }
+
+// Makes a pipe this process's standard input for the lifetime of the object,
+// and keeps its writing end open without ever writing: a child that reads
+// its standard input would wait on it for ever.
+class open_standard_input {
+public:
+    open_standard_input() : saved_(::dup(STDIN_FILENO))
+    {
+        int ends[2] = {-1, -1};
+        if (::pipe(ends) == 0) {
+            ::dup2(ends[0], STDIN_FILENO);
+            ::close(ends[0]);
+            writer_ = ends[1];
+        }
+    }
+    ~open_standard_input()
+    {
+        ::dup2(saved_, STDIN_FILENO);
+        ::close(saved_);
+        ::close(writer_);
+    }
+    open_standard_input(const open_standard_input&) = delete;
+    open_standard_input& operator=(const open_standard_input&) = delete;
+
+    bool is_open() const { return writer_ >= 0; }
+
+private:
+    int saved_;
+    int writer_ = -1;
+};
+
+class long_name_test : public hostile_package_test, public ::testing::WithParamInterface<size_t> {
+};
+
+// With 21 characters of folder and "/", "busybox sum " and the NUL, a name
+// of 234 characters makes a command of 268 bytes and one of 235 a command
+// of 269, which the platform allocator's signed 8-bit size wraps to 12 and
+// 13 bytes: just "busybox sum" with or without its blank, which would sum
+// the standard input. The description declares 00000, the sum of an empty
+// input, and the program is started with an input that never ends.
+TEST_P(long_name_test, file_name_is_refused_whatever_the_standard_input_holds)
+{
+    const std::string name = std::string(GetParam() - 4, 'n') + ".bin";
+    ASSERT_EQ(GetParam(), name.size());
+    const std::vector<package_file> files{{name, "long name payload"}};
+    auto declared = truthful_declarations(files);
+    declared[0].checksum = "00000";
+    const std::string package =
+        make_package(files, package_description(declared, "1.0", "DEVICE_FIRMWARE"));
+    open_standard_input never_ending;
+    ASSERT_TRUE(never_ending.is_open());
+    expect_refused_run(package);
+
+    const std::string log = program_log();
+    EXPECT_TRUE(contains(log, "[ERR] calc_check_sum(): Failed to alloc mem.\n"));
+    EXPECT_TRUE(contains(log, "[ERR] get_info_list(): Failed to calculate the checksum. "
+                              "file_path:[" + work_dir + "/" + name + "]\n"));
+    EXPECT_FALSE(record_exists("FIRMWARE_VERSION_DEVICE"));
+    EXPECT_EQ("long name payload", work_file(name));
+}
+
+INSTANTIATE_TEST_SUITE_P(wrapping_to_busybox_sum, long_name_test, ::testing::Values(234, 235));
 
 TEST_F(hostile_package_test, folder_in_the_zip_is_not_created_and_its_files_land_flat)
 {

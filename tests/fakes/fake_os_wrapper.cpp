@@ -28,6 +28,7 @@ struct queue_control {
     bool receive_bad_alloc = false;
     bool hold = false;
     int idle_receivers = 0;
+    int blocked_senders = 0;
     int queued = 0;
     int created = 0;
     int alive = 0;
@@ -103,7 +104,8 @@ void* allocate_(int requested, size_t size, bool refused)
 
 }  // namespace
 
-// One ring of fixed slots.
+// One ring of fixed slots, and the callers inside send or receive, which a
+// closing queue releases and waits for.
 class OSW_Message_Queue_impl {
 public:
     OSW_Message_Queue_impl(unsigned int count, unsigned int size) : count_(count), size_(size) {}
@@ -111,7 +113,34 @@ public:
     unsigned int count_;
     unsigned int size_;
     std::deque<std::string> slots_;
+    int inside_ = 0;
+    bool closing_ = false;
 };
+
+namespace {
+
+// Counts a caller in for the scope of a send or receive, under the lock.
+class caller_inside {
+public:
+    caller_inside(OSW_Message_Queue_impl& queue, std::condition_variable& changed)
+        : queue_(queue), changed_(changed)
+    {
+        ++queue_.inside_;
+    }
+    ~caller_inside()
+    {
+        --queue_.inside_;
+        changed_.notify_all();
+    }
+    caller_inside(const caller_inside&) = delete;
+    caller_inside& operator=(const caller_inside&) = delete;
+
+private:
+    OSW_Message_Queue_impl& queue_;
+    std::condition_variable& changed_;
+};
+
+}  // namespace
 
 OSW_Message_Queue::OSW_Message_Queue(unsigned int msg_count, unsigned int msg_size,
                                      unsigned int flags)
@@ -130,7 +159,10 @@ OSW_Message_Queue::OSW_Message_Queue(unsigned int msg_count, unsigned int msg_si
 OSW_Message_Queue::~OSW_Message_Queue()
 {
     queue_control& control = queues_();
-    std::lock_guard<std::mutex> held(control.lock);
+    std::unique_lock<std::mutex> held(control.lock);
+    impl_->closing_ = true;
+    control.changed.notify_all();
+    control.changed.wait(held, [this] { return impl_->inside_ == 0; });
     control.alive--;
     if (control.newest == this) {
         control.newest = nullptr;
@@ -150,12 +182,24 @@ int OSW_Message_Queue::send(const void* msg, unsigned int size, unsigned int tim
         control.fail_send = false;
         return control.fail_send_result;
     }
-    if (msg == nullptr || size > impl_->size_) {
+    if (msg == nullptr || size > impl_->size_ || impl_->closing_) {
         return 1;
     }
-    bool room = wait_for_(control.changed, held, timeout,
-                          [this] { return impl_->slots_.size() < impl_->count_; });
-    if (!room) {
+    caller_inside inside(*impl_, control.changed);
+    auto room = [this] { return impl_->closing_ || impl_->slots_.size() < impl_->count_; };
+    bool blocked = !room();
+    if (blocked) {
+        control.blocked_senders++;
+        control.changed.notify_all();
+    }
+    bool got_room = wait_for_(control.changed, held, timeout, room);
+    if (blocked) {
+        control.blocked_senders--;
+    }
+    if (impl_->closing_) {
+        return 1;
+    }
+    if (!got_room) {
         return 2;
     }
     std::string slot(impl_->size_, '\0');
@@ -180,10 +224,14 @@ int OSW_Message_Queue::receive(void* msg, unsigned int size, unsigned int timeou
         control.fail_receive = false;
         return control.fail_receive_result;
     }
-    if (msg == nullptr) {
+    if (msg == nullptr || impl_->closing_) {
         return 1;
     }
-    auto ready = [this, &control] { return !control.hold && !impl_->slots_.empty(); };
+    caller_inside inside(*impl_, control.changed);
+    auto ready = [this, &control] {
+        return impl_->closing_ || control.fail_receive ||
+               (!control.hold && !impl_->slots_.empty());
+    };
     bool idle = !ready();
     if (idle) {
         control.idle_receivers++;
@@ -192,6 +240,13 @@ int OSW_Message_Queue::receive(void* msg, unsigned int size, unsigned int timeou
     bool got = wait_for_(control.changed, held, timeout, ready);
     if (idle) {
         control.idle_receivers--;
+    }
+    if (impl_->closing_) {
+        return 1;
+    }
+    if (control.fail_receive) {
+        control.fail_receive = false;
+        return control.fail_receive_result;
     }
     if (!got) {
         return 2;
@@ -313,6 +368,7 @@ void fake_os_wrapper::fail_next_receive(int result)
     std::lock_guard<std::mutex> held(control.lock);
     control.fail_receive = true;
     control.fail_receive_result = result;
+    control.changed.notify_all();
 }
 
 void fake_os_wrapper::fail_next_receive_with_bad_alloc()
@@ -339,6 +395,14 @@ bool fake_os_wrapper::wait_receiver_idle(int timeout_ms)
                                         return control.idle_receivers > 0 &&
                                                (control.hold || control.queued == 0);
                                     });
+}
+
+bool fake_os_wrapper::wait_sender_blocked(int timeout_ms)
+{
+    queue_control& control = queues_();
+    std::unique_lock<std::mutex> held(control.lock);
+    return control.changed.wait_for(held, std::chrono::milliseconds(timeout_ms),
+                                    [&control] { return control.blocked_senders > 0; });
 }
 
 int fake_os_wrapper::send_to_newest_queue(const void* msg, unsigned int size)

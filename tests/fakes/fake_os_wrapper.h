@@ -1,9 +1,9 @@
 // Test double of the OS wrapper (message queue, mutex, heap blocks) with the
 // knobs that unit tests need: fail the next queue send or receive, hold the
 // receivers, make the next receive throw as an allocation failure inside
-// the wrapper would, wait until a receiver sits on an empty queue, fail the i-th
-// allocation or the next allocation of a given size, and count the blocks
-// that are still outstanding.
+// the wrapper would, wait until a receiver sits on an empty queue or a sender
+// on a full one, fail the i-th allocation or the next allocation of a given
+// size, and count the blocks that are still outstanding.
 //
 // The queue and the mutex behave like the host's (same contract tests); the
 // allocators hand out malloc blocks like the host's.
@@ -19,8 +19,10 @@ public:
     // Clears every knob and counter (not the queues that exist).
     static void reset();
 
-    // The next send (receive) on any queue returns result without copying.
+    // The next send on any queue returns result without copying.
     static void fail_next_send(int result);
+    // The receive waiting now on any queue (held or not), or else the next
+    // one, returns result without taking a message.
     static void fail_next_receive(int result);
     // The next receive on any queue throws std::bad_alloc, as the wrapper's
     // own allocation would when memory runs out.
@@ -33,6 +35,10 @@ public:
     // receiving is held): everything sent so far has been handled. False when
     // that does not happen within timeout_ms.
     static bool wait_receiver_idle(int timeout_ms);
+
+    // Waits until a sender is blocked in send on a full queue. False when
+    // that does not happen within timeout_ms.
+    static bool wait_sender_blocked(int timeout_ms);
 
     // Sends a message into the most recently created queue that still
     // exists, as its owner's producers would; -1 when there is none.

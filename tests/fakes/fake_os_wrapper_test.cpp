@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <new>
 #include <thread>
 
@@ -151,4 +152,45 @@ TEST(fake_os_wrapper, send_to_newest_queue_reaches_the_latest_live_queue)
         EXPECT_EQ(11, out);
     }
     EXPECT_EQ(-1, fake_os_wrapper::send_to_newest_queue(&value, sizeof(value)));
+}
+
+TEST(fake_os_wrapper, fail_next_receive_releases_a_receiver_waiting_on_a_held_queue)
+{
+    fake_os_wrapper::reset();
+    OSW_Message_Queue queue(2, sizeof(int), 0);
+    fake_os_wrapper::hold_receive(true);
+    int value = 4;
+    ASSERT_EQ(0, queue.send(&value, sizeof(value), OSW_WAIT_FOREVER, 0));
+    int out = 0;
+    int result = -1;
+    std::thread receiver([&] { result = queue.receive(&out, sizeof(out), OSW_WAIT_FOREVER); });
+    ASSERT_TRUE(fake_os_wrapper::wait_receiver_idle(5000));
+    fake_os_wrapper::fail_next_receive(0x55);
+    receiver.join();
+    EXPECT_EQ(0x55, result);
+    EXPECT_EQ(0, out);
+    fake_os_wrapper::hold_receive(false);
+    EXPECT_EQ(0, queue.receive(&out, sizeof(out), 0));
+    EXPECT_EQ(4, out);
+}
+
+TEST(fake_os_wrapper, wait_sender_blocked_sees_a_sender_waiting_on_a_full_queue)
+{
+    fake_os_wrapper::reset();
+    OSW_Message_Queue queue(1, sizeof(int), 0);
+    int value = 1;
+    ASSERT_EQ(0, queue.send(&value, sizeof(value), OSW_WAIT_FOREVER, 0));
+    EXPECT_FALSE(fake_os_wrapper::wait_sender_blocked(20));
+    std::atomic<int> result(-1);
+    std::thread sender([&] {
+        int second = 2;
+        result = queue.send(&second, sizeof(second), OSW_WAIT_FOREVER, 0);
+    });
+    EXPECT_TRUE(fake_os_wrapper::wait_sender_blocked(5000));
+    EXPECT_EQ(-1, result.load());
+    int out = 0;
+    ASSERT_EQ(0, queue.receive(&out, sizeof(out), 0));
+    sender.join();
+    EXPECT_EQ(0, result.load());
+    EXPECT_FALSE(fake_os_wrapper::wait_sender_blocked(20));
 }

@@ -2,6 +2,7 @@
 
 #include "exit_status.h"
 #include "package_signer.h"
+#include "qav_mnt_fwupdate_ctrl_exec_mode.h"
 #include "qav_mnt_fwupdate_lib_util.h"
 #include "qav_mnt_fwupdate_lib_verify_signature.h"
 #include "osw_os_wrapper.h"
@@ -38,11 +39,19 @@ struct folder_file {
     std::string checksum;
 };
 
-// Names the device accepts: what its checksum command lets through, and what
-// fits the description's filename element.
+// The longest name whose path in the device's extraction folder its
+// checksum command still takes (shorter than the description's filename
+// element allows).
+size_t longest_name()
+{
+    return qav_mnt_fwupdate_lib_util::max_check_sum_path_length() -
+           std::strlen(QAV_MNT_FWUPDATE_UNZIP_FOLDER_PATH) - 1;
+}
+
+// Names the device accepts: what its checksum command lets through.
 bool acceptable_name(const std::string& name)
 {
-    if (name.empty() || name.size() > sizeof(UTL_LIB_XML_VEXA_FIRMWARE_DATA_INFORMATION_S::filename) - 1) {
+    if (name.empty() || name.size() > longest_name()) {
         return false;
     }
     for (char c : name) {
@@ -73,8 +82,8 @@ int list_folder(const std::string& folder, std::vector<folder_file>& files, std:
             return EXIT_REFUSED;
         }
         if (!acceptable_name(name)) {
-            error = "the device cannot take the file name \"" + name +
-                    "\" (at most 255 letters, digits and ._-+,=@%:~)";
+            error = "the device cannot take the file name \"" + name + "\" (at most " +
+                    std::to_string(longest_name()) + " letters, digits and ._-+,=@%:~)";
             return EXIT_REFUSED;
         }
         const auto size = entry.file_size();

@@ -25,12 +25,14 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// A fresh folder that goes away with the object.
+// A fresh folder that goes away with the object. Its path is no longer than
+// the device's extraction folder, so every name the device can checksum can
+// be checksummed here too.
 class scratch_folder {
 public:
     scratch_folder()
     {
-        char name[] = "/tmp/fwpkg-check-XXXXXX";
+        char name[] = "/tmp/fwpkg-XXXXXX";
         if (::mkdtemp(name) != nullptr) {
             path_ = name;
         }

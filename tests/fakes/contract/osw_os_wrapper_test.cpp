@@ -5,12 +5,17 @@
 #include <atomic>
 #include <chrono>
 #include <cstring>
+#include <functional>
+#include <future>
+#include <memory>
 #include <thread>
 
 #include "blocking_call.h"
 #include "osw_os_wrapper.h"
 
 namespace {
+
+const int WAIT_MS = 20000;
 
 struct message {
     int id;
@@ -23,6 +28,53 @@ message make_message_(int id, const char* text)
     m.id = id;
     std::strncpy(m.text, text, sizeof(m.text) - 1);
     return m;
+}
+
+// A call left blocked inside a queue that is then destroyed. When the
+// destructor does not release it, the call never returns and its thread can
+// never be joined: it is then left to the end of the process (and the test
+// has failed), instead of hanging the test.
+std::unique_ptr<norvane_test::blocking_call> start_call_(std::function<int()> call)
+{
+    return std::unique_ptr<norvane_test::blocking_call>(new norvane_test::blocking_call(call));
+}
+
+// Waits until the call sleeps inside the queue; a call that does not is
+// abandoned, see start_call_.
+bool asleep_in_call_(std::unique_ptr<norvane_test::blocking_call>& call)
+{
+    if (call->wait_until_asleep(WAIT_MS)) {
+        return true;
+    }
+    call.release();
+    return false;
+}
+
+// Waits for the call to return with its result; a call that never returns
+// is abandoned, see start_call_.
+bool returned_in_time_(std::unique_ptr<norvane_test::blocking_call>& call, int& result)
+{
+    if (call->wait_returned(WAIT_MS, result)) {
+        return true;
+    }
+    call.release();
+    return false;
+}
+
+// Destroys the queue on a thread of its own and waits for that to end. A
+// destructor that never returns fails the test instead of hanging it; the
+// threads stuck in the queue are then left to the end of the process.
+bool destroy_in_time_(OSW_Message_Queue* queue)
+{
+    std::packaged_task<void()> destroy([queue] { delete queue; });
+    std::future<void> destroyed = destroy.get_future();
+    std::thread destroyer(std::move(destroy));
+    if (destroyed.wait_for(std::chrono::milliseconds(WAIT_MS)) != std::future_status::ready) {
+        destroyer.detach();
+        return false;
+    }
+    destroyer.join();
+    return true;
 }
 
 }  // namespace
@@ -134,6 +186,48 @@ TEST(osw_message_queue_contract, many_messages_between_two_threads_arrive_comple
         ASSERT_EQ(expected, out);
     }
     sender.join();
+}
+
+TEST(osw_message_queue_contract, destroying_a_queue_releases_a_sender_blocked_on_it_with_an_error)
+{
+    OSW_Message_Queue* queue = new OSW_Message_Queue(1, sizeof(int), 0);
+    int first = 1;
+    ASSERT_EQ(0, queue->send(&first, sizeof(first), OSW_WAIT_FOREVER, 0));
+    auto sender = start_call_([queue] {
+        int second = 2;
+        return queue->send(&second, sizeof(second), OSW_WAIT_FOREVER, 0);
+    });
+    ASSERT_TRUE(asleep_in_call_(sender));
+    EXPECT_FALSE(sender->returned());  // asleep inside send
+
+    ASSERT_TRUE(destroy_in_time_(queue));
+    int result = 0;
+    ASSERT_TRUE(returned_in_time_(sender, result));
+    EXPECT_NE(0, result);
+}
+
+TEST(osw_message_queue_contract, destroying_a_queue_releases_a_receiver_blocked_on_it_with_an_error)
+{
+    OSW_Message_Queue* queue = new OSW_Message_Queue(2, sizeof(int), 0);
+    auto receiver = start_call_([queue] {
+        int out = 0;
+        return queue->receive(&out, sizeof(out), OSW_WAIT_FOREVER);
+    });
+    ASSERT_TRUE(asleep_in_call_(receiver));
+    EXPECT_FALSE(receiver->returned());  // asleep inside receive
+
+    ASSERT_TRUE(destroy_in_time_(queue));
+    int result = 0;
+    ASSERT_TRUE(returned_in_time_(receiver, result));
+    EXPECT_NE(0, result);
+}
+
+TEST(osw_message_queue_contract, destroying_a_queue_with_messages_and_no_caller_returns_at_once)
+{
+    OSW_Message_Queue* queue = new OSW_Message_Queue(2, sizeof(int), 0);
+    int value = 5;
+    ASSERT_EQ(0, queue->send(&value, sizeof(value), 0, 0));
+    EXPECT_TRUE(destroy_in_time_(queue));
 }
 
 TEST(osw_mutex_semaphore_contract, a_held_mutex_refuses_a_second_request_until_released)

@@ -4,18 +4,21 @@
 // blocks. A clean delivery counts them; then, for every i, allocation i fails
 // (all but the message object's own records, whose failure its constructor
 // does not handle), and every run returns each block through the platform's
-// free with a null pool, answers the upload with result 0 and ends in one of
-// these ways:
+// free with a null pool, answers the upload with result 0, and either
+// verifies every declared file or fails:
 // - allocation 1, the chunk of the header-only transfer, which holds only the
-//   link's 16 bytes of slack: the delivery succeeds, dlfinish(0);
+//   link's 16 bytes of slack: the delivery succeeds, dlfinish(0), both files
+//   verified;
 // - a later chunk but the last: "Data recv error", the first status query
 //   gets "finished, error in firmware file" (21), dlfinish(1), execute
 //   returns 0;
 // - the last chunk: the upload reply is the only one, the run ends with
 //   "Unknown Package version", dlfinish(1), execute returns 1;
-// - an allocation of the verification: a step fails ("Faild Verify process",
-//   the first status query gets 21, dlfinish(1), execute returns 0), or the
-//   loss does not change the outcome and the delivery succeeds, dlfinish(0).
+// - an allocation of the verification: a step fails (a record or list node
+//   of the description included: "Faild Verify process", the first status
+//   query gets 21, dlfinish(1), execute returns 0), or only a checksum of the
+//   diagnostic folder dump is lost and the delivery succeeds, dlfinish(0),
+//   both files verified.
 #include "qav_mnt_fwupdate_ctrl_exec_mode.h"
 
 #include <gtest/gtest.h>
@@ -27,6 +30,7 @@
 #include <string>
 #include <vector>
 
+#include "bsd_sum.h"
 #include "controller_run.h"
 #include "fake_platform.h"
 #include "test_package.h"
@@ -49,12 +53,31 @@ const std::string FINISHED_OK_2 = norvane_test::status_reply(2, 2, 0);
 const std::string FINISHED_OK_3 = norvane_test::status_reply(3, 2, 0);
 const std::string FINISHED_FW_ERROR_2 = norvane_test::status_reply(2, 2, 21);
 
-// A real zip of two files and their truthful description; the first file's
-// bytes do not compress, so that the package spans several chunks.
+// The files of the sample package; the first file's bytes do not compress,
+// so that the package spans several chunks.
+std::vector<norvane_test::package_file> sample_files_()
+{
+    return norvane_test::sample_files(3000, 15);
+}
+
+// A real zip of the files and their truthful description.
 std::string sample_package_()
 {
-    return norvane_test::zip_package(norvane_test::sample_files(3000, 15), "1.2.3",
-                                     "DEVICE_FIRMWARE");
+    return norvane_test::zip_package(sample_files_(), "1.2.3", "DEVICE_FIRMWARE");
+}
+
+// How often the log lists the file with its true size and checksum among the
+// lists it compared: twice (declared and found) when the file was verified.
+int times_listed_(const std::string& log, const norvane_test::package_file& file)
+{
+    const std::string line = "[INF] dsp_verify_list(): verify_xml_list file_name:[" + file.name +
+                             "] file_size:[" + std::to_string(file.bytes.size()) +
+                             "] check_sum:[" + norvane_test::bsd_sum_text(file.bytes) + "]\n";
+    int count = 0;
+    for (size_t at = log.find(line); at != std::string::npos; at = log.find(line, at + 1)) {
+        ++count;
+    }
+    return count;
 }
 
 // What one delivery produced.
@@ -181,13 +204,16 @@ TEST_F(ctrl_exec_mode_allocation_sweep_test, clean_delivery_succeeds_and_returns
     EXPECT_EQ((std::vector<std::string>{UPLOAD_OK, FINISHED_OK_2, FINISHED_OK_3}), clean.replies);
     EXPECT_TRUE(contains_(clean.log, "[IMP] finalize_(): osl_mdev_upd_fwup_dlfinish os_ret[0] "
                                      "result[0] exec_state[5]\n"));
+    for (const norvane_test::package_file& file : sample_files_()) {
+        EXPECT_EQ(2, times_listed_(clean.log, file)) << file.name;
+    }
     EXPECT_GT(fake_os_wrapper::allocations(), 0);
     EXPECT_EQ(0, fake_os_wrapper::blocks_outstanding());
     EXPECT_EQ(0, fake_os_wrapper::foreign_frees());
     EXPECT_EQ(0, fake_os_wrapper::frees_with_pool());
 }
 
-TEST_F(ctrl_exec_mode_allocation_sweep_test, every_failed_allocation_ends_in_one_of_the_known_ways)
+TEST_F(ctrl_exec_mode_allocation_sweep_test, every_failed_allocation_verifies_every_file_or_fails)
 {
     const std::vector<int> construction = construction_sizes_();
     ASSERT_FALSE(construction.empty());
@@ -246,12 +272,14 @@ TEST_F(ctrl_exec_mode_allocation_sweep_test, every_failed_allocation_ends_in_one
             EXPECT_TRUE(contains_(run.log, "[IMP] verify(): ##### Faild Verify process.\n"));
         }
         if (run.replies.size() == 3) {
-            // The allocation did not matter: the slack chunk, a checksum of
-            // the diagnostic dump, or a declaration's list node, whose loss
-            // the reading does not notice (docs/robustness.md).
+            // The allocation did not matter: the slack chunk or a checksum of
+            // the diagnostic dump. Both files were still verified.
             EXPECT_TRUE(i == 1 || i > chunks);
             ASSERT_FALSE(run.update_calls.empty());
             EXPECT_EQ("dlfinish 0", run.update_calls.back());
+            for (const norvane_test::package_file& file : sample_files_()) {
+                EXPECT_EQ(2, times_listed_(run.log, file)) << file.name;
+            }
         } else {
             EXPECT_EQ((std::vector<std::string>{"dlstart", "dlfinish 1"}), run.update_calls);
         }

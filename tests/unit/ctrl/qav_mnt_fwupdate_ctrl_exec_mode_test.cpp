@@ -9,13 +9,18 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <csignal>
 #include <cstring>
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
+#include <future>
 #include <set>
 #include <sstream>
+#include <thread>
 
 #include "bsd_sum.h"
 #include "controller_run.h"
@@ -894,10 +899,21 @@ TEST_F(ctrl_exec_mode_test, verified_package_in_pieces_records_the_device_versio
     EXPECT_EQ(0, fake_os_wrapper::blocks_outstanding());
     EXPECT_EQ(0, fake_os_wrapper::frees_with_pool());
     EXPECT_EQ(0, fake_os_wrapper::foreign_frees());
-    for (unsigned int timeout : fake_os_wrapper::send_timeouts()) {
-        EXPECT_EQ(0xFFFFFFFFu, timeout);
-    }
-    for (unsigned int timeout : fake_os_wrapper::receive_timeouts()) {
+    // The link's callbacks wait for room without limit; the main thread
+    // queues the verification without waiting, since it alone empties the
+    // queue.
+    std::vector<unsigned int> send_timeouts = fake_os_wrapper::send_timeouts();
+    EXPECT_EQ(1, std::count(send_timeouts.begin(), send_timeouts.end(), 0u));
+    EXPECT_EQ(static_cast<long>(send_timeouts.size()) - 1,
+              std::count(send_timeouts.begin(), send_timeouts.end(), 0xFFFFFFFFu));
+    // The run waits without limit; its end takes what is left without waiting,
+    // once before and once after detaching from the link.
+    std::vector<unsigned int> receive_timeouts = fake_os_wrapper::receive_timeouts();
+    ASSERT_GE(receive_timeouts.size(), 2u);
+    EXPECT_EQ((std::vector<unsigned int>{0u, 0u}),
+              std::vector<unsigned int>(receive_timeouts.end() - 2, receive_timeouts.end()));
+    receive_timeouts.resize(receive_timeouts.size() - 2);
+    for (unsigned int timeout : receive_timeouts) {
         EXPECT_EQ(0xFFFFFFFFu, timeout);
     }
     std::string log = log_();
@@ -1237,6 +1253,129 @@ TEST_F(ctrl_exec_mode_test, query_that_overtakes_the_verification_says_finished_
               fake_aoa::sent());
     EXPECT_EQ("dlfinish 0", fake_upd::calls().back());
     EXPECT_EQ(std::string("1.2.3\0", 6), fake_upd::records()["FIRMWARE_VERSION_DEVICE"]);
+}
+
+// Runs work on a thread of its own. ended_in_time_ then waits for it at most
+// WAIT_MS, so that work that never ends fails the test instead of hanging
+// it; its thread is left to the end of the process.
+std::future<void> start_(std::function<void()> work)
+{
+    std::packaged_task<void()> task(std::move(work));
+    std::future<void> done = task.get_future();
+    std::thread(std::move(task)).detach();
+    return done;
+}
+
+bool ended_in_time_(std::future<void>& done)
+{
+    return done.wait_for(std::chrono::milliseconds(WAIT_MS)) == std::future_status::ready;
+}
+
+bool destroyed_in_time_(qav_mnt_fwupdate_ctrl_exec_mode* ctrl)
+{
+    std::future<void> destroyed = start_([ctrl] { delete ctrl; });
+    return ended_in_time_(destroyed);
+}
+
+TEST_F(ctrl_exec_mode_test, end_of_the_run_releases_a_callback_blocked_on_the_full_queue_and_frees_every_chunk)
+{
+    qav_mnt_fwupdate_ctrl_exec_mode* ctrl = new qav_mnt_fwupdate_ctrl_exec_mode;
+    std::future<void> blocked_link;
+    const int ret = run_(*ctrl, [&blocked_link] {
+        ASSERT_TRUE(idle_());
+        fake_os_wrapper::hold_receive(true);
+        // 100 messages fill the queue: the upload, its first piece, 98 more.
+        deliver_(upload_header(0x31, 1000000) + std::string(100, 'a'));
+        for (int piece = 0; piece < 98; ++piece) {
+            deliver_(std::string(100, 'b'));
+        }
+        blocked_link = start_([] { deliver_(std::string(100, 'c')); });
+        EXPECT_TRUE(fake_os_wrapper::wait_sender_blocked(WAIT_MS));
+        // The run ends with the queue full and the link's callback blocked.
+        fake_os_wrapper::fail_next_receive(0x10);
+    });
+    fake_os_wrapper::hold_receive(false);
+    EXPECT_EQ(1, ret);
+    EXPECT_TRUE(fake_os_wrapper::wait_sender_blocked(0));
+    EXPECT_EQ(100, fake_os_wrapper::blocks_outstanding());
+
+    EXPECT_TRUE(destroyed_in_time_(ctrl));
+    EXPECT_TRUE(ended_in_time_(blocked_link));
+    EXPECT_EQ(0, fake_os_wrapper::blocks_outstanding());
+    EXPECT_EQ(0, fake_os_wrapper::foreign_frees());
+    EXPECT_EQ(0, fake_os_wrapper::queues_alive());
+    EXPECT_EQ((std::vector<std::string>{"dlstart", "dlfinish 1"}), fake_upd::calls());
+    // The link no longer reaches the controller.
+    deliver_(status_query(0x32, 1));
+    std::string log = log_();
+    EXPECT_TRUE(fake_aoa::sent().empty());
+    EXPECT_EQ("[ERR] recv(): receiver is NULL", split_lines_(log).back());
+}
+
+TEST_F(ctrl_exec_mode_test, callback_released_at_the_end_of_the_run_drops_the_rest_of_its_transfer)
+{
+    qav_mnt_fwupdate_ctrl_exec_mode* ctrl = new qav_mnt_fwupdate_ctrl_exec_mode;
+    std::future<void> blocked_link;
+    EXPECT_EQ(1, run_(*ctrl, [&blocked_link] {
+        ASSERT_TRUE(idle_());
+        fake_os_wrapper::hold_receive(true);
+        for (uint16_t query = 0; query < 100; ++query) {
+            deliver_(status_query(query, 1));
+        }
+        // Its header waits for room; its body comes after the run ended.
+        blocked_link = start_([] { deliver_(upload_header(0x33, 50) + std::string(50, 'd')); });
+        EXPECT_TRUE(fake_os_wrapper::wait_sender_blocked(WAIT_MS));
+        fake_os_wrapper::fail_next_receive(0x10);
+    }));
+    fake_os_wrapper::hold_receive(false);
+
+    EXPECT_TRUE(destroyed_in_time_(ctrl));
+    EXPECT_TRUE(ended_in_time_(blocked_link));
+    EXPECT_EQ(0, fake_os_wrapper::blocks_outstanding());
+    EXPECT_EQ(0, fake_os_wrapper::queues_alive());
+    EXPECT_EQ(0, fake_os_wrapper::allocations());
+    EXPECT_TRUE(fake_aoa::sent().empty());
+    EXPECT_EQ("[ERR] act_notify_recv_body(): the run has ended. data dropped. size[66]",
+              controller_lines_(log_()).back());
+}
+
+// The phone keeps sending while the run ends and the controller goes away,
+// so that transfers race each step of the ending. Under ThreadSanitizer and
+// AddressSanitizer a transfer that reaches the destroyed controller or its
+// queue is reported; here, a chunk that is never freed is.
+TEST_F(ctrl_exec_mode_test, transfers_racing_the_end_of_the_run_never_reach_the_ended_controller)
+{
+    for (int round = 0; round < 60; ++round) {
+        SCOPED_TRACE("round " + std::to_string(round));
+        fake_platform::reset();
+        qav_mnt_fwupdate_ctrl_exec_mode* ctrl = new qav_mnt_fwupdate_ctrl_exec_mode;
+        std::atomic<bool> destroyed(false);
+        std::thread phone([round, &destroyed] {
+            if (!idle_()) {
+                fake_os_wrapper::fail_next_receive(0x10);
+                return;
+            }
+            deliver_(upload_header(0x41, 100000000) + std::string(200, 'a'));
+            // The run ends after a few pieces (none in the first rounds);
+            // the pieces keep coming until, and just after, the controller
+            // is gone.
+            const int pieces_before_end = round % 8;
+            for (int piece = 0; !destroyed.load(); ++piece) {
+                if (piece == pieces_before_end) {
+                    fake_os_wrapper::fail_next_receive(0x10);
+                }
+                deliver_(std::string(200, 'b'));
+            }
+            deliver_(std::string(200, 'c'));
+        });
+        EXPECT_EQ(1, ctrl->execute());
+        EXPECT_TRUE(destroyed_in_time_(ctrl));
+        destroyed = true;
+        phone.join();
+        EXPECT_EQ(0, fake_os_wrapper::blocks_outstanding());
+        EXPECT_EQ(0, fake_os_wrapper::queues_alive());
+        EXPECT_EQ((std::vector<std::string>{"dlstart", "dlfinish 1"}), fake_upd::calls());
+    }
 }
 
 }  // namespace

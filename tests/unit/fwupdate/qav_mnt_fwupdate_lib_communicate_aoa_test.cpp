@@ -6,14 +6,17 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
+#include "blocking_call.h"
 #include "phone_peer.h"
 #include "temp_dir.h"
 #include "wire_header.h"
@@ -97,6 +100,47 @@ private:
     mutable std::mutex mutex_;
     mutable std::condition_variable arrived_;
     std::vector<notification> notifications_;
+};
+
+// A receiver whose header notification waits, inside the callback, until
+// the test opens the gate. done is set as the notification's last step.
+class gated_receiver : public qav_mnt_fwupdate_lib_receiver_aoa {
+public:
+    int act_notify_recv_header(const QAV_MNT_FWUPDATE_PACKATE_HEADER_& /*header*/) override
+    {
+        std::unique_lock<std::mutex> lock(mutex_);
+        entered_ = true;
+        changed_.notify_all();
+        changed_.wait(lock, [this] { return open_; });
+        done = true;
+        return 0;
+    }
+
+    int act_notify_recv_body(unsigned int /*size*/, const char* /*data*/, int /*isRecvEnd*/) override
+    {
+        return 0;
+    }
+
+    bool wait_entered()
+    {
+        std::unique_lock<std::mutex> lock(mutex_);
+        return changed_.wait_for(lock, std::chrono::seconds(20), [this] { return entered_; });
+    }
+
+    void open_gate()
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        open_ = true;
+        changed_.notify_all();
+    }
+
+    std::atomic<bool> done{false};
+
+private:
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    bool entered_ = false;
+    bool open_ = false;
 };
 
 // A header as the mobile device writes it: every field big-endian.
@@ -442,6 +486,87 @@ TEST_F(communicate_aoa_test, recv_without_receiver_reports_even_a_close_event)
 
     EXPECT_EQ("[ERR] recv(): receiver is NULL\n", log);
     expect_counters_(0, 0);
+}
+
+TEST_F(communicate_aoa_test, disconnect_drops_every_later_transfer_as_without_receiver)
+{
+    recording_receiver receiver;
+    attach_(&receiver);
+    EXPECT_EQ(0, link_->disconnect());
+    bytes buffer = concat(upload_header(100), SLACK);
+
+    testing::internal::CaptureStderr();
+    qav_mnt_fwupdate_lib_communicate_aoa::recv(0, buffer.data(), 16);
+    std::string log = testing::internal::GetCapturedStderr();
+
+    EXPECT_EQ("[ERR] recv(): receiver is NULL\n", log);
+    EXPECT_TRUE(receiver.notifications().empty());
+    expect_counters_(0, 0);
+}
+
+TEST_F(communicate_aoa_test, disconnect_forgets_the_packet_in_progress)
+{
+    recording_receiver receiver;
+    attach_(&receiver);
+    deliver_(upload_header(1000));
+    expect_counters_(1016, 16);
+
+    link_->disconnect();
+
+    expect_counters_(0, 0);
+}
+
+TEST_F(communicate_aoa_test, disconnect_returns_only_after_the_callback_in_progress_ended)
+{
+    gated_receiver receiver;
+    attach_(&receiver);
+    bytes buffer = concat(wire_header(1, 0, 2, 0, 19, 1, 0), SLACK);
+    testing::internal::CaptureStderr();
+    std::thread link_thread([&buffer] {
+        qav_mnt_fwupdate_lib_communicate_aoa::recv(0, buffer.data(), 16);
+    });
+    ASSERT_TRUE(receiver.wait_entered());
+
+    std::atomic<int> callback_done_at_return(-1);
+    norvane_test::blocking_call detacher([this, &receiver, &callback_done_at_return] {
+        const int result = link_->disconnect();
+        callback_done_at_return = receiver.done.load() ? 1 : 0;
+        return result;
+    });
+    // The detacher waits inside disconnect while the callback is held.
+    const bool detacher_blocked = detacher.wait_until_asleep(20000);
+    const int before_gate = callback_done_at_return.load();
+    receiver.open_gate();
+    int detach_result = -1;
+    const bool detacher_returned = detacher.wait_returned(20000, detach_result);
+    link_thread.join();
+    testing::internal::GetCapturedStderr();
+
+    EXPECT_TRUE(detacher_blocked);
+    EXPECT_EQ(-1, before_gate);
+    EXPECT_TRUE(detacher_returned);
+    EXPECT_EQ(0, detach_result);
+    EXPECT_EQ(1, callback_done_at_return.load());
+    testing::internal::CaptureStderr();
+    qav_mnt_fwupdate_lib_communicate_aoa::recv(0, buffer.data(), 16);
+    EXPECT_EQ("[ERR] recv(): receiver is NULL\n", testing::internal::GetCapturedStderr());
+}
+
+TEST_F(communicate_aoa_test, connect_after_disconnect_registers_the_new_receiver)
+{
+    recording_receiver first;
+    recording_receiver second;
+    attach_(&first);
+    link_->disconnect();
+    attach_(&second);
+    bytes buffer = concat(wire_header(1, 0, 2, 0, 19, 1, 0), SLACK);
+
+    testing::internal::CaptureStderr();
+    qav_mnt_fwupdate_lib_communicate_aoa::recv(0, buffer.data(), 16);
+    testing::internal::GetCapturedStderr();
+
+    EXPECT_TRUE(first.notifications().empty());
+    EXPECT_EQ(1u, second.notifications().size());
 }
 
 TEST_F(communicate_aoa_test, connect_without_listener_fails_and_keeps_the_receiver)

@@ -563,83 +563,82 @@ TEST(qav_mnt_fwupdate_lib_util, CalcCheckSumFailsWhenThePipeCannotBeClosed)
     EXPECT_EQ(std::string(check_sum), bsd_sum_text("content"));
 }
 
-// "busybox sum " (12) + path + NUL: the allocator takes that length as a
-// signed 8-bit quantity.
-std::string path_for_command_length(const temp_dir& dir, const std::string& stem,
-                                    size_t command_length)
+// A file whose checksum command, "busybox sum " (12) + path + NUL, takes
+// command_size bytes. Folders of 200 characters lead to it, so that any
+// size can be reached with names the file system accepts.
+std::string make_file_for_command_size(const temp_dir& dir, size_t command_size)
 {
-    const size_t path_length = command_length - 13;
-    const std::string prefix = dir.path() + "/" + stem;
-    return prefix + std::string(path_length - prefix.size(), 'x');
+    const size_t path_length = command_size - 13;
+    std::string path = dir.path();
+    while (path_length - path.size() > 255) {
+        path += "/" + std::string(200, 'd');
+        ::mkdir(path.c_str(), 0755);
+    }
+    const std::string stem = "/" + std::to_string(command_size);
+    path += stem + std::string(path_length - path.size() - stem.size(), 'f');
+    norvane_test::write_file_bytes(path, "exists\n");
+    return path;
 }
 
 TEST(qav_mnt_fwupdate_lib_util, CalcCheckSumWorksForACommandOf127Bytes)
 {
     temp_dir dir;
-    const std::string path = path_for_command_length(dir, "f", 127);
+    const std::string path = make_file_for_command_size(dir, 127);
     ASSERT_EQ(path.size(), 114u);
-    dir.write_file(path.substr(dir.path().size() + 1), "long name\n");
+    EXPECT_EQ(qav_mnt_fwupdate_lib_util::max_check_sum_path_length(), 114u);
     qav_mnt_fwupdate_lib_util util;
     char check_sum[QAV_MNT_FWUPDATE_CHECK_SUM_SIZE] = {0};
     testing::internal::CaptureStderr();
     EXPECT_EQ(util.calc_check_sum(path, check_sum), 0);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-    EXPECT_EQ(std::string(check_sum), bsd_sum_text("long name\n"));
+    EXPECT_EQ(std::string(check_sum), bsd_sum_text("exists\n"));
 }
 
-TEST(qav_mnt_fwupdate_lib_util, CalcCheckSumFailsToAllocateForCommandsOf128To256Bytes)
+// From 128 bytes on, the allocator's signed 8-bit size wraps: 128..256 give
+// no block, 257..300 a block of 1..44 bytes, too small for the command. A
+// command is run whole or not at all, so every one of them is an allocation
+// failure. A cut command would check another file, or, cut to "busybox sum"
+// (268 and 269), the standard input, here /dev/null with its sum 00000.
+TEST(qav_mnt_fwupdate_lib_util, CalcCheckSumRefusesEveryCommandOf128To300BytesAsAnAllocationFailure)
 {
     temp_dir dir;
+    norvane_test::null_standard_input no_input;
     qav_mnt_fwupdate_lib_util util;
-    // 128..255 wrap to negative lengths, 256 wraps to zero: no block at all,
-    // although the file exists.
-    for (size_t command_length : {128u, 200u, 255u, 256u}) {
-        const std::string path = path_for_command_length(dir, "f", command_length);
-        std::string name = path.substr(dir.path().size() + 1);
-        if (name.size() <= 255) {
-            dir.write_file(name, "exists\n");
-            ASSERT_TRUE(path_exists(path));
-        }
+    for (size_t command_size = 128; command_size <= 300; ++command_size) {
+        const std::string path = make_file_for_command_size(dir, command_size);
+        ASSERT_EQ(command_size, std::string("busybox sum ").size() + path.size() + 1);
+        ASSERT_TRUE(path_exists(path));
         char check_sum[QAV_MNT_FWUPDATE_CHECK_SUM_SIZE] = {0};
         testing::internal::CaptureStderr();
-        EXPECT_EQ(util.calc_check_sum(path, check_sum), 1) << command_length;
+        EXPECT_EQ(util.calc_check_sum(path, check_sum), 1) << command_size;
         EXPECT_EQ(testing::internal::GetCapturedStderr(),
                   "[ERR] calc_check_sum(): Failed to alloc mem.\n")
-            << command_length;
+            << command_size;
+        EXPECT_STREQ(check_sum, "") << command_size;
     }
 }
 
-TEST(qav_mnt_fwupdate_lib_util, CalcCheckSumOfA295ByteCommandSumsTheTruncatedPath)
+TEST(qav_mnt_fwupdate_lib_util, CalcCheckSumStartsNoToolForACommandOf128To300Bytes)
 {
-    // 295 wraps to 39: the command is cut to 38 characters, which here is
-    // exactly "busybox sum " + dir + "/a", so the tool sums the file "a".
     temp_dir dir;
-    const size_t wrapped = 12 + dir.path().size() + 2 + 1;
-    const size_t command_length = 256 + wrapped;
-    const std::string path = path_for_command_length(dir, "a", command_length);
-    dir.write_file("a", "the prefix file\n");
+    const std::string marker = dir.file("tool_ran");
+    norvane_test::stub_busybox marking_tool("touch '" + marker + "'\necho 11111\n");
     qav_mnt_fwupdate_lib_util util;
+    for (size_t command_size = 128; command_size <= 300; ++command_size) {
+        const std::string path = make_file_for_command_size(dir, command_size);
+        char check_sum[QAV_MNT_FWUPDATE_CHECK_SUM_SIZE] = {0};
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(util.calc_check_sum(path, check_sum), 1) << command_size;
+        testing::internal::GetCapturedStderr();
+        EXPECT_FALSE(path_exists(marker)) << command_size;
+    }
+    // The same stub does run for a command that fits, so the marker could
+    // appear.
+    const std::string fits = make_file_for_command_size(dir, 127);
     char check_sum[QAV_MNT_FWUPDATE_CHECK_SUM_SIZE] = {0};
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(util.calc_check_sum(path, check_sum), 0);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-    EXPECT_EQ(std::string(check_sum), bsd_sum_text("the prefix file\n"));
-}
-
-TEST(qav_mnt_fwupdate_lib_util, CalcCheckSumOfAWrappedCommandPrintsTheCutCommand)
-{
-    // 276 wraps to 20: "busybox sum " and the first 7 characters of the
-    // path, a file that does not exist.
-    temp_dir dir;
-    const std::string path = path_for_command_length(dir, "a", 276);
-    qav_mnt_fwupdate_lib_util util;
-    char check_sum[QAV_MNT_FWUPDATE_CHECK_SUM_SIZE] = {0};
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(util.calc_check_sum(path, check_sum), 1);
-    EXPECT_THAT(testing::internal::GetCapturedStderr(),
-                testing::EndsWith("[ERR] calc_check_sum(): Failed to read the checksum.  "
-                                  "command:[busybox sum " +
-                                  path.substr(0, 7) + "]\n"));
+    EXPECT_EQ(util.calc_check_sum(fits, check_sum), 0);
+    EXPECT_TRUE(path_exists(marker));
+    EXPECT_STREQ(check_sum, "11111");
 }
 
 TEST(qav_mnt_fwupdate_lib_util, CalcCheckSumRefusesAShellCommandInThePath)
@@ -769,25 +768,38 @@ TEST_F(write_non_volatile_area_test, OpenFaultFailsWithoutWriting)
     EXPECT_FALSE(path_exists(record_path("FIRMWARE_VERSION_DEVICE")));
 }
 
-TEST_F(write_non_volatile_area_test, WriteFaultStillClosesTheRecord)
+// The record the writes below find in place.
+void write_previous_record()
 {
+    qav_mnt_fwupdate_lib_util util;
+    char name[] = "FIRMWARE_VERSION_DEVICE";
+    char previous[] = "0.9";
+    ASSERT_EQ(util.write_non_volatile_area(name, previous, 0, 4), 0);
+}
+
+TEST_F(write_non_volatile_area_test, WriteFaultStillClosesAndKeepsThePreviousRecord)
+{
+    write_previous_record();
     scoped_env faults("FWUPDATE_FAULTS", "flwrite");
     qav_mnt_fwupdate_lib_util util;
     char name[] = "FIRMWARE_VERSION_DEVICE";
     char data[] = "1.0";
     testing::internal::CaptureStderr();
     EXPECT_EQ(util.write_non_volatile_area(name, data, 0, 4), 1);
+    // The library refuses to close a record whose write failed into place.
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              "[ERR] write_non_volatile_area(): Failed to write. write_ret=[0x00000001]\n");
+              "[ERR] write_non_volatile_area(): Failed to write. write_ret=[0x00000001]\n"
+              "[ERR] write_non_volatile_area(): Failed to close. close_ret=[0x00000001]\n");
     EXPECT_EQ(service_log(), "flwrite fault\n");
-    EXPECT_EQ(read_file_bytes(record_path("FIRMWARE_VERSION_DEVICE")), "");
+    EXPECT_EQ(read_file_bytes(record_path("FIRMWARE_VERSION_DEVICE")), std::string("0.9\0", 4));
     // Nothing is left open: a further close finds no record.
     unsigned long checksum = 0;
     EXPECT_NE(osl_mdev_upd_fwup_flclose(0, &checksum), 0);
 }
 
-TEST_F(write_non_volatile_area_test, CloseFaultFailsAfterTheBytesWereWritten)
+TEST_F(write_non_volatile_area_test, CloseFaultFailsAndKeepsThePreviousRecord)
 {
+    write_previous_record();
     scoped_env faults("FWUPDATE_FAULTS", "flclose");
     qav_mnt_fwupdate_lib_util util;
     char name[] = "FIRMWARE_VERSION_DEVICE";
@@ -797,7 +809,7 @@ TEST_F(write_non_volatile_area_test, CloseFaultFailsAfterTheBytesWereWritten)
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "[ERR] write_non_volatile_area(): Failed to close. close_ret=[0x00000001]\n");
     EXPECT_EQ(service_log(), "flclose fault\n");
-    EXPECT_EQ(read_file_bytes(record_path("FIRMWARE_VERSION_DEVICE")), std::string("1.0\0", 4));
+    EXPECT_EQ(read_file_bytes(record_path("FIRMWARE_VERSION_DEVICE")), std::string("0.9\0", 4));
 }
 
 TEST_F(write_non_volatile_area_test, WriteAndCloseFaultsAreBothReported)

@@ -123,6 +123,29 @@ private:
     struct sigaction saved_;
 };
 
+// Makes /dev/null this process's standard input for the lifetime of the
+// object, so that a child that reads it ends at once instead of waiting on
+// whatever the test runner passed.
+class null_standard_input {
+public:
+    null_standard_input() : saved_(::dup(STDIN_FILENO))
+    {
+        int null_fd = ::open("/dev/null", O_RDONLY);
+        ::dup2(null_fd, STDIN_FILENO);
+        ::close(null_fd);
+    }
+    ~null_standard_input()
+    {
+        ::dup2(saved_, STDIN_FILENO);
+        ::close(saved_);
+    }
+    null_standard_input(const null_standard_input&) = delete;
+    null_standard_input& operator=(const null_standard_input&) = delete;
+
+private:
+    int saved_;
+};
+
 // A pointer as the program log prints it through "0x%08X".
 inline std::string pointer_text(const void* pointer)
 {

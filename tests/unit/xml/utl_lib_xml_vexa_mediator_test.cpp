@@ -1357,38 +1357,55 @@ TEST(utl_lib_xml_vexa_mediator_alloc, a_failed_row_copy_ends_registration_as_a_p
     EXPECT_EQ(0, package.exist_device_id);
 }
 
-TEST(utl_lib_xml_vexa_mediator_alloc, a_failed_list_node_goes_undetected_and_adds_nothing)
+const char* const ONE_GROUP_PACKAGE =
+    "<firmware_package><download_information><type>MAIN</type>"
+    "</download_information><package_type>DEVICE_FIRMWARE"
+    "</package_type></firmware_package>";
+
+TEST(utl_lib_xml_vexa_mediator_alloc, a_failed_list_node_fails_the_parse_with_the_parser_error)
 {
     probe_mediator mediator;
     PACKAGE_S package;
     std::string trace;
     block_requests_until_failure = 18;  // 16 row copies, the scratch record, then the node
-    EXPECT_EQ(0, parse_package(mediator,
-                               "<firmware_package><download_information><type>MAIN</type>"
-                               "</download_information><package_type>DEVICE_FIRMWARE"
-                               "</package_type></firmware_package>",
-                               package, &trace));
+    EXPECT_EQ(1, parse_package(mediator, ONE_GROUP_PACKAGE, package, &trace));
     block_requests_until_failure = 0;
     EXPECT_EQ(0, package.download_information.count);
-    EXPECT_EQ(UTL_LIB_XML_VEXA_PACKAGE_DEVICE_FIRMWARE, package.package_type);
     EXPECT_EQ(16u, mediator.alloc_mem_vec_.size());
-    EXPECT_THAT(trace, testing::Not(HasSubstr("ERROR")));
+    EXPECT_THAT(trace, HasSubstr("[XML][ERROR! ]MALLOC failed. size[" +
+                                 std::to_string(sizeof(NODE) + sizeof(DOWNLOAD_S)) +
+                                 "] [download_information]\n"
+                                 "[XML][ERROR! ]Parse failed. an element could not be stored.\n"
+                                 "[XML][IMP    ]Parse OUT ret[1] result[2] size[143] >>\n"));
 }
 
-TEST(utl_lib_xml_vexa_mediator_alloc, a_failed_scratch_record_goes_undetected_until_its_end)
+TEST(utl_lib_xml_vexa_mediator_alloc, a_failed_scratch_record_fails_the_parse_with_the_parser_error)
 {
     probe_mediator mediator;
     PACKAGE_S package;
     std::string trace;
     block_requests_until_failure = 17;  // the scratch record of the group
-    EXPECT_EQ(0, parse_package(mediator,
-                               "<firmware_package><download_information><type>MAIN</type>"
-                               "</download_information><package_type>DEVICE_FIRMWARE"
-                               "</package_type></firmware_package>",
-                               package, &trace));
+    EXPECT_EQ(1, parse_package(mediator, ONE_GROUP_PACKAGE, package, &trace));
     block_requests_until_failure = 0;
     EXPECT_EQ(0, package.download_information.count);
-    EXPECT_EQ(UTL_LIB_XML_VEXA_PACKAGE_DEVICE_FIRMWARE, package.package_type);
+    EXPECT_THAT(trace, HasSubstr("[XML][ERROR! ]MALLOC failed. size[" +
+                                 std::to_string(sizeof(DOWNLOAD_S)) +
+                                 "] [download_information]\n"));
     EXPECT_THAT(trace,
-                HasSubstr("[XML][ERROR! ]FREE Tmp buff is invalid data. [download_information]\n"));
+                HasSubstr("[XML][ERROR! ]FREE Tmp buff is invalid data. [download_information]\n"
+                          "[XML][ERROR! ]Parse failed. an element could not be stored.\n"
+                          "[XML][IMP    ]Parse OUT ret[1] result[2] size[143] >>\n"));
+}
+
+TEST(utl_lib_xml_vexa_mediator_alloc, the_next_parse_after_a_failed_allocation_starts_clean)
+{
+    probe_mediator mediator;
+    PACKAGE_S package;
+    block_requests_until_failure = 18;
+    EXPECT_EQ(1, parse_package(mediator, ONE_GROUP_PACKAGE, package));
+    block_requests_until_failure = 0;
+    std::string trace;
+    EXPECT_EQ(0, parse_package(mediator, ONE_GROUP_PACKAGE, package, &trace));
+    EXPECT_EQ(1, package.download_information.count);
+    EXPECT_THAT(trace, HasSubstr("[XML][IMP    ]Parse OUT ret[0] result[0] size[143] >>\n"));
 }

@@ -96,7 +96,8 @@ utl_lib_xml_vexa_mediator::utl_lib_xml_vexa_mediator()
     : utl_lib_xml_mediator(),
       parse_dest_(nullptr),
       store_from_(nullptr),
-      interrupt_id_(INTERRUPT_ID_RESET)
+      interrupt_id_(INTERRUPT_ID_RESET),
+      allocation_failed_(false)
 {
     clear_private_member();
 }
@@ -122,6 +123,7 @@ int utl_lib_xml_vexa_mediator::parse(UTL_LIB_XML_VEXA_MESSAGE_TYPE_ type, const 
         std::string text = xml;  // the engine takes the text by reference
         ret = utl_lib_xml_mediator::parse(text);
         release_open_scratch_records_();
+        ret |= check_allocations_();
         if (ret != 0) {
             result = UTL_LIB_XML_VEXA_RESULT_PARSER_ERR;
         }
@@ -392,6 +394,7 @@ int utl_lib_xml_vexa_mediator::clear_private_member()
     parse_dest_ = nullptr;
     store_from_ = nullptr;
     interrupt_id_ = INTERRUPT_ID_RESET;
+    allocation_failed_ = false;
     interface_vec_.clear();
     xml_schema_map_.clear();
     xml_enum_map_.clear();
@@ -426,11 +429,7 @@ int utl_lib_xml_vexa_mediator::process_element_start(ROW* row)
 {
     if (is_struct_(*row)) {
         if (row->management_info.tmp_buff == nullptr) {
-            void* scratch = zulOSWSubAllocMem(row->size);
-            if (scratch != nullptr) {
-                std::memset(scratch, 0, row->size);
-            }
-            row->management_info.tmp_buff = scratch;
+            row->management_info.tmp_buff = allocate_zeroed_(row, row->size);
         } else {
             utl_lib_xml_trace("[XML][ERROR! ]MALLOC Tmp buff is invalid data.[0x%08x]",
                               trace_address_(row->management_info.tmp_buff));
@@ -438,10 +437,8 @@ int utl_lib_xml_vexa_mediator::process_element_start(ROW* row)
     }
     UINT appearance = appearance_(row->schema_type);
     if (appearance == UTL_LIB_XML_VEXA_SCHEMA_TYPE_BASE_UNBOUNDED) {
-        UINT node_size = row->additional_data.unbounded.node_size;
-        void* node = zulOSWSubAllocMem(node_size);
+        void* node = allocate_zeroed_(row, row->additional_data.unbounded.node_size);
         if (node != nullptr) {
-            std::memset(node, 0, node_size);
             alloc_mem_vec_.push_back(node);
         }
         row->additional_data.unbounded.node_p = static_cast<NODE*>(node);
@@ -592,6 +589,33 @@ int utl_lib_xml_vexa_mediator::process_element_end(ROW* row)
         }
     }
     return 0;
+}
+
+// A zeroed block for the element of row: its scratch record or its list
+// node. Without it the element could not be stored, so the failure is kept
+// for the end of the parse, which then fails.
+void* utl_lib_xml_vexa_mediator::allocate_zeroed_(const ROW* row, UINT size)
+{
+    void* block = zulOSWSubAllocMem(size);
+    if (block == nullptr) {
+        utl_lib_xml_trace("[XML][ERROR! ]MALLOC failed. size[%u] [%s]", size, row->tag_name);
+        allocation_failed_ = true;
+        return nullptr;
+    }
+    std::memset(block, 0, size);
+    return block;
+}
+
+// A parse that lost an element to a failed allocation has not read the
+// whole document: it fails like a parser error, so that no declaration can
+// go missing unnoticed.
+int utl_lib_xml_vexa_mediator::check_allocations_()
+{
+    if (!allocation_failed_) {
+        return 0;
+    }
+    utl_lib_xml_trace("[XML][ERROR! ]Parse failed. an element could not be stored.");
+    return 1;
 }
 
 // A parse that stops inside open struct elements never reaches their end

@@ -32,9 +32,10 @@ public:
     utl_lib_xml_vexa_mediator& operator=(const utl_lib_xml_vexa_mediator&) = delete;
 
     // Fills dest, which the caller has zeroed, from xml. The root element
-    // chooses the interface; type is only logged. A parser failure sets
-    // result to UTL_LIB_XML_VEXA_RESULT_PARSER_ERR; otherwise result is left
-    // as the caller set it.
+    // chooses the interface; type is only logged. A parser failure, or a
+    // scratch record or list node that could not be allocated, sets result
+    // to UTL_LIB_XML_VEXA_RESULT_PARSER_ERR and returns non-zero; otherwise
+    // result is left as the caller set it.
     int parse(UTL_LIB_XML_VEXA_MESSAGE_TYPE_ type, const std::string& xml, void* dest,
               UTL_LIB_XML_VEXA_RESULT& result);
     // Appends the XML of src, the record of message type type, to out; with
@@ -104,12 +105,15 @@ protected:
     std::map<unsigned int, UTL_LIB_XML_VEXA_XML_SCHEMA*> xaddr_map_;
     std::map<unsigned int, UTL_LIB_XML_VEXA_XML_SCHEMA*> interrupt_map_;
     std::vector<void*> alloc_mem_vec_;  // blocks allocated and not yet freed
+    bool allocation_failed_;            // this parse lost an element to a failed allocation
 
 private:
     int regist_interrupt_(ROW* row, UTL_LIB_XML_VEXA_XML_INTERRUPT_TYPE slot,
                           UTL_LIB_XML_INTERRUPT_TYPE engine_type);
     char* parent_record_(const ROW* row);
     void release_open_scratch_records_();
+    void* allocate_zeroed_(const ROW* row, UINT size);
+    int check_allocations_();
     int collect_elements_(const ROW& row, const void* record, std::vector<const char*>& items);
     const char* enum_name_(unsigned int enum_id, int value);
     std::string attribute_text_(const ROW& row, const char* base);

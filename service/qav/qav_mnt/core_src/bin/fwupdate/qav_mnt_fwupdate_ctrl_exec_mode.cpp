@@ -59,18 +59,23 @@ qav_mnt_fwupdate_ctrl_exec_mode::qav_mnt_fwupdate_ctrl_exec_mode()
       start_download_(),
       fp_(nullptr),
       package_version_(),
-      package_type_(UTL_LIB_XML_VEXA_PACKAGE_TYPE_NONE)
+      package_type_(UTL_LIB_XML_VEXA_PACKAGE_TYPE_NONE),
+      closing_(false)
 {
     std::memset(&start_download_, 0, sizeof(start_download_));
 }
 
-// Neither closes the package file nor unregisters from the link.
+// The order matters: the link's thread may be inside a receiver operation,
+// even blocked on a full queue, until the detach has returned. The package
+// file is not closed here.
 qav_mnt_fwupdate_ctrl_exec_mode::~qav_mnt_fwupdate_ctrl_exec_mode()
 {
-    if (msg_queue_ != nullptr) {
-        delete msg_queue_;
-        msg_queue_ = nullptr;
-    }
+    __atomic_store_n(&closing_, true, __ATOMIC_SEQ_CST);
+    drain_que_();
+    comm_mba_->disconnect();
+    drain_que_();
+    delete msg_queue_;
+    msg_queue_ = nullptr;
 }
 
 int qav_mnt_fwupdate_ctrl_exec_mode::execute()
@@ -85,6 +90,11 @@ int qav_mnt_fwupdate_ctrl_exec_mode::execute()
 int qav_mnt_fwupdate_ctrl_exec_mode::act_notify_recv_header(
     const QAV_MNT_FWUPDATE_PACKATE_HEADER_& header)
 {
+    if (closing_now_()) {
+        qav_mnt_fwupdate_log_err(__func__, "the run has ended. header dropped. cmd[0x%04x]\n",
+                                 header.command);
+        return 1;
+    }
     _QAV_MNT_FWUPDATE_MSG_BLK_ msg_blk;
     std::memset(&msg_blk, 0, sizeof(msg_blk));
     switch (header.command) {
@@ -109,6 +119,11 @@ int qav_mnt_fwupdate_ctrl_exec_mode::act_notify_recv_header(
 int qav_mnt_fwupdate_ctrl_exec_mode::act_notify_recv_body(unsigned int size, const char* data,
                                                           int isRecvEnd)
 {
+    if (closing_now_()) {
+        qav_mnt_fwupdate_log_err(__func__, "the run has ended. data dropped. size[%d]\n",
+                                 static_cast<int>(size));
+        return 1;
+    }
     _QAV_MNT_FWUPDATE_MSG_BLK_ msg_blk;
     std::memset(&msg_blk, 0, sizeof(msg_blk));
     QAV_MNT_FWUPDATE_EXEC_STATE state = current_state_();
@@ -302,7 +317,9 @@ int qav_mnt_fwupdate_ctrl_exec_mode::download_fw_package_(
         _QAV_MNT_FWUPDATE_MSG_BLK_ msg_blk;
         std::memset(&msg_blk, 0, sizeof(msg_blk));
         msg_blk.msg_id = QAV_MNT_FWUPDATE_MSG_ID_VERIFY_FW_FILES;
-        ret = send_que_(msg_blk);
+        // The main thread is the queue's only reader: waiting for room here
+        // would wait for ever when a phone has filled the queue meanwhile.
+        ret = send_que_(msg_blk, 0);
         if (ret == 0) {
             change_exec_state_(QAV_MNT_FWUPDATE_EXEC_STATE_VERIFY);
             return 0;
@@ -423,9 +440,10 @@ int qav_mnt_fwupdate_ctrl_exec_mode::send_download_result_()
     return ret;
 }
 
-int qav_mnt_fwupdate_ctrl_exec_mode::send_que_(const _QAV_MNT_FWUPDATE_MSG_BLK_& msg_blk)
+int qav_mnt_fwupdate_ctrl_exec_mode::send_que_(const _QAV_MNT_FWUPDATE_MSG_BLK_& msg_blk,
+                                               unsigned int timeout)
 {
-    int zulret = msg_queue_->send(&msg_blk, sizeof(msg_blk), OSW_WAIT_FOREVER, 0);
+    int zulret = msg_queue_->send(&msg_blk, sizeof(msg_blk), timeout, 0);
     if (zulret != 0) {
         qav_mnt_fwupdate_log_err(__func__, "OSW_Message_Queue::send(). zulret[%d] msgid[%d]\n",
                                  zulret, static_cast<int>(msg_blk.msg_id));
@@ -443,6 +461,25 @@ int qav_mnt_fwupdate_ctrl_exec_mode::wait_que_(_QAV_MNT_FWUPDATE_MSG_BLK_& msg_b
         return 1;
     }
     return 0;
+}
+
+// Takes every message still queued, without waiting, and frees the chunk
+// buffers among them.
+void qav_mnt_fwupdate_ctrl_exec_mode::drain_que_()
+{
+    _QAV_MNT_FWUPDATE_MSG_BLK_ msg_blk;
+    std::memset(&msg_blk, 0, sizeof(msg_blk));
+    while (msg_queue_->receive(&msg_blk, sizeof(msg_blk), 0) == 0) {
+        if (msg_blk.msg_id == QAV_MNT_FWUPDATE_MSG_ID_DOWNLOAD_FW_PACKAGE) {
+            zulOSWOrgFreeMemPart(nullptr, msg_blk.info.download_fw_package.data);
+        }
+        std::memset(&msg_blk, 0, sizeof(msg_blk));
+    }
+}
+
+bool qav_mnt_fwupdate_ctrl_exec_mode::closing_now_() const
+{
+    return __atomic_load_n(&closing_, __ATOMIC_SEQ_CST);
 }
 
 // The store is atomic because the callback thread reads the state unlocked.

@@ -10,6 +10,12 @@
 // The receiver operations run on the accessory library's thread; they only
 // allocate, copy and queue. Each package chunk crosses the queue as a
 // platform heap block that the main thread frees.
+//
+// Ending: the destructor first makes the receiver operations drop whatever
+// still comes, frees the chunks still queued (which lets a callback blocked
+// on a full queue finish), detaches from the link (waiting for a callback in
+// progress), frees what that callback queued, and only then deletes the
+// queue. No callback can reach the controller or its queue afterwards.
 #ifndef NORVANE_QAV_MNT_FWUPDATE_CTRL_EXEC_MODE_H
 #define NORVANE_QAV_MNT_FWUPDATE_CTRL_EXEC_MODE_H
 
@@ -84,13 +90,18 @@ private:
     int recv_unknown_cmd_(const _QAV_MNT_FWUPDATE_RECV_UNKNOWN_CMD_& info);
     int finish_downloading_();
     int send_download_result_();
-    int send_que_(const _QAV_MNT_FWUPDATE_MSG_BLK_& msg_blk);
+    // Callbacks wait for room without limit; the main thread, which alone
+    // empties the queue, never waits on it (timeout 0).
+    int send_que_(const _QAV_MNT_FWUPDATE_MSG_BLK_& msg_blk,
+                  unsigned int timeout = OSW_WAIT_FOREVER);
     int wait_que_(_QAV_MNT_FWUPDATE_MSG_BLK_& msg_blk);
     int change_exec_state_(QAV_MNT_FWUPDATE_EXEC_STATE new_state);
     int set_process_err_(QAV_MNT_FWUPDATE_PROCESS_ERROR_TYPE type);
     // Writes one buffer to the package file; kept for the interface, unused.
     int write_fw_package_(int size, char* data);
 
+    void drain_que_();
+    bool closing_now_() const;
     int record_package_version_();
     int report_finish_(int result);
     QAV_MNT_FWUPDATE_EXEC_STATE current_state_() const;
@@ -103,6 +114,7 @@ private:
     FILE* fp_;
     std::string package_version_;
     UTL_LIB_XML_VEXA_PACKAGE_TYPE_ package_type_;
+    bool closing_;  // set by the destructor; read unlocked by the callback thread
 };
 
 }  // namespace norvane

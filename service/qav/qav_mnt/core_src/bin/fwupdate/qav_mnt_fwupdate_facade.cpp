@@ -3,6 +3,9 @@
 // the run's result.
 #include "qav_mnt_fwupdate_facade.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <exception>
 
 #include "qav_mnt_fwupdate_ctrl_exec_mode.h"
@@ -26,6 +29,25 @@ int qav_mnt_fwupdate_facade::execute()
 
 namespace {
 
+// The program's children must never wait on or read the standard input the
+// program was started with: the unzip tool's overwrite prompt would wait on
+// it, and a checksum command without its path would sum it. So it is
+// /dev/null before the run starts any child.
+int detach_standard_input_()
+{
+    int null_fd = ::open("/dev/null", O_RDONLY);
+    if (null_fd < 0) {
+        norvane::qav_mnt_fwupdate_log_err("main", "Failed to open /dev/null as standard input.\n");
+        return 1;
+    }
+    if (null_fd != STDIN_FILENO) {
+        // Cannot fail: both descriptors are valid.
+        ::dup2(null_fd, STDIN_FILENO);
+        ::close(null_fd);
+    }
+    return 0;
+}
+
 // Runs the facade. Only an allocation failure can throw; catching it here,
 // and not letting it escape main, unwinds the stack, so the facade and the
 // controller (and with it the message queue) are destroyed before the
@@ -47,7 +69,10 @@ int run_facade_()
 int main(int /*argc*/, char* /*argv*/[])
 {
     norvane::qav_mnt_fwupdate_log_imp("main", "QAV_MNT FWUPDATE Start\n");
-    int ret = run_facade_();
+    int ret = detach_standard_input_();
+    if (ret == 0) {
+        ret = run_facade_();
+    }
     norvane::qav_mnt_fwupdate_log_imp("main", "QAV_MNT FWUPDATE Finish %d\n", ret);
     return ret;
 }

@@ -13,6 +13,10 @@ namespace {
 // The header dump on receipt belongs to recv_impl, whichever helper prints it.
 const char* const RECV_IMPL_NAME = "recv_impl";
 
+// The receiver lock starts free and is waited for without limit.
+constexpr int LOCK_FREE = 1;
+constexpr int LOCK_WAIT_FOREVER = -1;
+
 }  // namespace
 
 qav_mnt_fwupdate_lib_receiver_aoa* qav_mnt_fwupdate_lib_communicate_aoa::receiver_ = nullptr;
@@ -20,7 +24,7 @@ qav_mnt_fwupdate_lib_communicate_aoa* qav_mnt_fwupdate_lib_communicate_aoa::comm
     nullptr;
 
 qav_mnt_fwupdate_lib_communicate_aoa::qav_mnt_fwupdate_lib_communicate_aoa()
-    : rcv_total_size_(0), rcved_size_(0)
+    : rcv_total_size_(0), rcved_size_(0), receiver_lock_(LOCK_FREE)
 {
 }
 
@@ -34,7 +38,7 @@ qav_mnt_fwupdate_lib_communicate_aoa* qav_mnt_fwupdate_lib_communicate_aoa::get_
 
 int qav_mnt_fwupdate_lib_communicate_aoa::connect(qav_mnt_fwupdate_lib_receiver_aoa* receiver_aoa)
 {
-    receiver_ = receiver_aoa;
+    set_receiver_(receiver_aoa);
     int mdev_ret = osl_mdev_aoa_connect(&qav_mnt_fwupdate_lib_communicate_aoa::recv);
     if (mdev_ret != 0) {
         qav_mnt_fwupdate_log_err(__func__, "osl_mdev_aoa_connect mdev_ret:[0x%08x]\n",
@@ -44,13 +48,44 @@ int qav_mnt_fwupdate_lib_communicate_aoa::connect(qav_mnt_fwupdate_lib_receiver_
     return 0;
 }
 
+// The accessory library has no call to unregister recv: transfers keep
+// coming and recv drops them. A packet in progress is forgotten with the
+// receiver it was for.
+int qav_mnt_fwupdate_lib_communicate_aoa::disconnect()
+{
+    receiver_lock_.request(LOCK_WAIT_FOREVER);
+    receiver_ = nullptr;
+    rcv_total_size_ = 0;
+    rcved_size_ = 0;
+    receiver_lock_.release();
+    return 0;
+}
+
+// Waits for a callback in progress, since it holds the lock.
+void qav_mnt_fwupdate_lib_communicate_aoa::set_receiver_(
+    qav_mnt_fwupdate_lib_receiver_aoa* receiver_aoa)
+{
+    receiver_lock_.request(LOCK_WAIT_FOREVER);
+    receiver_ = receiver_aoa;
+    receiver_lock_.release();
+}
+
 void qav_mnt_fwupdate_lib_communicate_aoa::recv(int event, unsigned char* data, int len)
 {
+    get_instance()->recv_locked_(event, data, len);
+}
+
+// The whole callback runs under the receiver lock, so the receiver cannot be
+// unregistered (and then destroyed) while it is being called.
+void qav_mnt_fwupdate_lib_communicate_aoa::recv_locked_(int event, unsigned char* data, int len)
+{
+    receiver_lock_.request(LOCK_WAIT_FOREVER);
     if (receiver_ == nullptr) {
-        qav_mnt_fwupdate_log_err(__func__, "receiver is NULL\n");
-        return;
+        qav_mnt_fwupdate_log_err("recv", "receiver is NULL\n");
+    } else {
+        recv_impl(event, data, len);
     }
-    get_instance()->recv_impl(event, data, len);
+    receiver_lock_.release();
 }
 
 void qav_mnt_fwupdate_lib_communicate_aoa::recv_impl(int event, unsigned char* data, int len)

@@ -3,6 +3,7 @@
 #include <dirent.h>
 #include <sys/stat.h>
 
+#include <climits>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -16,6 +17,8 @@ namespace norvane {
 
 namespace {
 
+// The checksum command is this text followed by the file path; its length
+// and its text both come from here.
 const char* const CHECK_SUM_COMMAND = "busybox sum ";
 const char* const UNZIP_COMMAND = FWUPDATE_UNZIP_TOOL " -e ";
 const char* const MKDIR_COMMAND = "mkdir -p ";
@@ -43,6 +46,12 @@ bool is_safe_path_char_(char c)
         return true;
     }
     return std::strchr("/._-+,=@%:~", c) != nullptr && c != '\0';
+}
+
+// Bytes of the checksum command for a path, its NUL included.
+size_t check_sum_command_size_(size_t path_length)
+{
+    return std::strlen(CHECK_SUM_COMMAND) + path_length + 1;
 }
 
 bool is_dot_entry_(const char* name)
@@ -101,23 +110,37 @@ int qav_mnt_fwupdate_lib_util::calc_check_sum(const std::string& target_file_pat
     if (check_safe_path_(target_file_path) != 0) {
         return 1;
     }
-    // The platform allocator takes the length as a signed 8-bit quantity:
-    // a command of 128 characters or more wraps to zero or below (no block)
-    // or, from 256 on, to a short block. snprintf is bounded by the size the
-    // block really has, so a short block truncates the command text instead
-    // of being overrun.
-    const size_t command_length = std::strlen(CHECK_SUM_COMMAND) + target_file_path.size() + 1;
-    const signed char block_size = static_cast<signed char>(command_length);
-    char* command = static_cast<char*>(zulOSWOrgAllocMemPart(nullptr, block_size));
+    const size_t command_size = check_sum_command_size_(target_file_path.size());
+    char* command = alloc_command_(command_size);
     if (command == nullptr) {
         qav_mnt_fwupdate_log_err(__func__, "Failed to alloc mem.\n");
         return 1;
     }
-    std::snprintf(command, static_cast<size_t>(block_size), "busybox sum %s",
-                  target_file_path.c_str());
+    std::snprintf(command, command_size, "%s%s", CHECK_SUM_COMMAND, target_file_path.c_str());
     int result = run_check_sum_command_(command, check_sum);
     zulOSWOrgFreeMemPart(nullptr, command);
     return result;
+}
+
+size_t qav_mnt_fwupdate_lib_util::max_check_sum_path_length()
+{
+    return static_cast<size_t>(SCHAR_MAX) - check_sum_command_size_(0);
+}
+
+// The platform allocator takes the size as a signed 8-bit quantity, so a
+// command of 128 bytes or more (its NUL included) wraps to no block or to a
+// block too small for it. A command is run whole or not at all: a block that
+// cannot hold all of it counts as no block, since a cut command would check
+// some other file, or the program's standard input.
+char* qav_mnt_fwupdate_lib_util::alloc_command_(size_t command_size)
+{
+    const signed char block_size = static_cast<signed char>(command_size);
+    void* block = zulOSWOrgAllocMemPart(nullptr, block_size);
+    if (block != nullptr && static_cast<size_t>(block_size) < command_size) {
+        zulOSWOrgFreeMemPart(nullptr, block);
+        block = nullptr;
+    }
+    return static_cast<char*>(block);
 }
 
 // Runs the checksum command and reads the first five characters of its first
@@ -317,22 +340,39 @@ void qav_mnt_fwupdate_lib_util::dsp_file_info_in_folder(const std::string& folde
 int qav_mnt_fwupdate_lib_util::dsp_file_entry_(const std::string& folder_path,
                                                const char* entry_name)
 {
-    const char* const name = "dsp_file_info_in_folder";
+    verify_file_info info;
+    if (get_entry_info(folder_path, entry_name, "dsp_file_info_in_folder", info) != 0) {
+        return 1;
+    }
+    qav_mnt_fwupdate_log_inf("dsp_file_info_in_folder",
+                             "file_name[%s]\tfile_size[%d]\tcheck_sum:[%s]\n", entry_name,
+                             info.file_size, info.check_sum.c_str());
+    return 0;
+}
+
+// The separator is always added, so a folder path that ends in one gives a
+// doubled separator, which the file system accepts. stat follows symbolic
+// links; the entry's type is not examined.
+int qav_mnt_fwupdate_lib_util::get_entry_info(const std::string& folder_path,
+                                              const char* entry_name, const char* operation,
+                                              verify_file_info& info)
+{
     const std::string file_path = folder_path + "/" + entry_name;
     struct stat status;
     if (::stat(file_path.c_str(), &status) != 0) {
-        qav_mnt_fwupdate_log_err(name, "Failed to get the stat structure. file_path:[%s]\n",
+        qav_mnt_fwupdate_log_err(operation, "Failed to get the stat structure. file_path:[%s]\n",
                                  file_path.c_str());
         return 1;
     }
     char check_sum[QAV_MNT_FWUPDATE_CHECK_SUM_SIZE] = {0};
     if (calc_check_sum(file_path, check_sum) != 0) {
-        qav_mnt_fwupdate_log_err(name, "Failed to calculate the checksum. file_path:[%s]\n",
+        qav_mnt_fwupdate_log_err(operation, "Failed to calculate the checksum. file_path:[%s]\n",
                                  file_path.c_str());
         return 1;
     }
-    qav_mnt_fwupdate_log_inf(name, "file_name[%s]\tfile_size[%d]\tcheck_sum:[%s]\n", entry_name,
-                             static_cast<int>(status.st_size), check_sum);
+    info.file_name = entry_name;
+    info.check_sum = check_sum;
+    info.file_size = static_cast<int32_t>(status.st_size);
     return 0;
 }
 

@@ -31,6 +31,9 @@ public:
     // check_sum receives at most QAV_MNT_FWUPDATE_CHECK_SUM_SIZE - 1
     // characters and a NUL.
     int calc_check_sum(const std::string& target_file_path, char* check_sum);
+    // The longest path calc_check_sum takes: its command and NUL must fit one
+    // block of the platform allocator, whose size is a signed 8-bit quantity.
+    static size_t max_check_sum_path_length();
     int unzip(const std::string& zip_file_path, const std::string& unzip_folder_path);
     int open_binary_file(const std::string& file_path, FILE** pfile);
     int write_binary_file(FILE* pfile, char* write_data, int write_size);
@@ -39,6 +42,10 @@ public:
                                 unsigned long size);
     // Always returns 0, whether or not the folder could be made.
     int create_dir(const std::string& dir_path);
+    // Name, size and checksum of the entry entry_name of a folder, into
+    // info. Failures are logged under the caller's operation name.
+    int get_entry_info(const std::string& folder_path, const char* entry_name,
+                       const char* operation, verify_file_info& info);
     // Declared for the interface; never defined nor used.
     int clear_unzip_folder(const std::string& unzip_folder_path);
 
@@ -57,6 +64,7 @@ public:
 
 private:
     int check_safe_path_(const std::string& file_path);
+    char* alloc_command_(size_t command_size);
     int run_check_sum_command_(const char* command, char* check_sum);
     int write_record_(char* data, unsigned long offset, unsigned long size);
     int close_record_();

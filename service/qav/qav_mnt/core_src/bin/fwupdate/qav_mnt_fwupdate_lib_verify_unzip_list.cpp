@@ -1,7 +1,6 @@
 #include "qav_mnt_fwupdate_lib_verify_unzip_list.h"
 
 #include <dirent.h>
-#include <sys/stat.h>
 
 #include <algorithm>
 #include <cstring>
@@ -58,31 +57,15 @@ int qav_mnt_fwupdate_lib_verify_unzip_list::get_info_list(const std::string& fol
     return result;
 }
 
-// The separator is always added, so a folder path that ends in one gives a
-// doubled separator, which the file system accepts.
 int qav_mnt_fwupdate_lib_verify_unzip_list::append_entry_info_(const std::string& folder_path,
                                                                const char* entry_name,
                                                                std::vector<verify_file_info>& list)
 {
-    const char* const name = "get_info_list";
-    const std::string file_path = folder_path + "/" + entry_name;
-    struct stat status;
-    if (::stat(file_path.c_str(), &status) != 0) {
-        qav_mnt_fwupdate_log_err(name, "Failed to get the stat structure. file_path:[%s]\n",
-                                 file_path.c_str());
-        return 1;
-    }
     qav_mnt_fwupdate_lib_util util;
-    char check_sum[QAV_MNT_FWUPDATE_CHECK_SUM_SIZE] = {0};
-    if (util.calc_check_sum(file_path, check_sum) != 0) {
-        qav_mnt_fwupdate_log_err(name, "Failed to calculate the checksum. file_path:[%s]\n",
-                                 file_path.c_str());
+    verify_file_info info;
+    if (util.get_entry_info(folder_path, entry_name, "get_info_list", info) != 0) {
         return 1;
     }
-    verify_file_info info;
-    info.file_name = entry_name;
-    info.check_sum = check_sum;
-    info.file_size = static_cast<int32_t>(status.st_size);
     list.push_back(info);
     return 0;
 }
