@@ -26,7 +26,6 @@
 #include <fstream>
 #include <iterator>
 #include <map>
-#include <sstream>
 #include <string>
 #include <unistd.h>
 #include <vector>
@@ -51,17 +50,6 @@ struct run_inputs {
     capture_replay replay;
     transfer_capture capture;
 };
-
-std::vector<std::string> split_words(const std::string& text)
-{
-    std::istringstream stream(text);
-    std::vector<std::string> words;
-    std::string word;
-    while (stream >> word) {
-        words.push_back(word);
-    }
-    return words;
-}
 
 int read_file(const std::string& path, std::string& bytes, std::string& error)
 {
@@ -265,7 +253,7 @@ int start_program(program_runner& program, const mobile_settings& config, run_re
     }
     program_environment environment{config.socket_path, config.state_dir, config.faults,
                                     config.host_bin_dir, config.program_log,
-                                    split_words(config.launcher), {}};
+                                    launcher_words(config.launcher), {}};
     if (config.trust_dir_given) {
         environment.extra_variables.push_back({"FWUPDATE_TRUST_DIR", config.trust_dir});
     }
