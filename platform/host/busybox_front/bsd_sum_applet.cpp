@@ -14,7 +14,7 @@ namespace norvane {
 
 namespace {
 
-constexpr size_t READ_SIZE = 128 * 1024;
+constexpr size_t READ_SIZE = size_t{128} * 1024;
 
 // Where a file is read into. It starts on a page boundary like the file's
 // pages: a copy whose destination lies a few bytes past its source's offset

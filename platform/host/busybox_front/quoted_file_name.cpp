@@ -45,12 +45,13 @@ name_char classify_ascii_(char c, size_t index, size_t name_length)
     const bool first = index == 0;
     const bool alone = name_length == 1;
     result.escape_letter = escape_letter_(c);
-    if (result.escape_letter != 0) {
+    if (result.escape_letter != 0 || is_one_of_(c, "!\"$&()*;<=>[^`|?\\")) {
         result.forces_quotes = true;
     } else if (is_one_of_(c, "%+,-./0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ]_abcdefghijklmnopqrstuvwxyz@")) {
         result.fits_quotes = true;
-    } else if (c == ':') {
-        result.forces_quotes = true;  // colons are quoted in messages
+    } else if (c == ':' || c == ' ' || c == '\'') {
+        // Colons are quoted in messages; spaces and quotes everywhere.
+        result.forces_quotes = true;
         result.fits_quotes = true;
     } else if (c == '{' || c == '}') {
         result.forces_quotes = alone;
@@ -58,11 +59,6 @@ name_char classify_ascii_(char c, size_t index, size_t name_length)
     } else if (c == '#' || c == '~') {
         result.forces_quotes = first;
         result.fits_quotes = first;
-    } else if (c == ' ' || c == '\'') {
-        result.forces_quotes = true;
-        result.fits_quotes = true;
-    } else if (is_one_of_(c, "!\"$&()*;<=>[^`|?\\")) {
-        result.forces_quotes = true;
     } else {
         // Control characters and DEL.
         result.forces_quotes = true;

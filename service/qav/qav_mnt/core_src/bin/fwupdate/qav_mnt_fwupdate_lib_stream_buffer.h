@@ -21,7 +21,7 @@ namespace norvane {
 
 class qav_mnt_fwupdate_lib_stream_buffer {
 public:
-    static constexpr size_t STREAM_BUFFER_SIZE = 256 * 1024;
+    static constexpr size_t STREAM_BUFFER_SIZE = size_t{256} * 1024;
 
     // Gives a freshly opened stream, before its first write, a buffer of
     // STREAM_BUFFER_SIZE bytes. Returns 0; 1 when no buffer could be given,
