@@ -3,6 +3,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cctype>
 #include <chrono>
 #include <fstream>
@@ -75,18 +76,28 @@ void blocking_call::run_(const std::function<int()>& call)
 bool blocking_call::wait_until_asleep(int timeout_ms)
 {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout_ms);
-    for (;;) {
+    std::unique_lock<std::mutex> held(lock_);
+    while (!returned_) {
+        // The kernel's view is read with the lock released: the thread takes
+        // it after its call, and must not be seen asleep waiting for it.
         const long tid = tid_.load();
-        if (tid != 0 && !returned() && thread_asleep_in_kernel(tid)) {
+        held.unlock();
+        const bool asleep = tid != 0 && thread_asleep_in_kernel(tid);
+        held.lock();
+        if (asleep && !returned_) {
             return true;
         }
-        if (returned() || std::chrono::steady_clock::now() >= deadline) {
+        // Nothing signals another thread falling asleep in the kernel, but
+        // its return is signalled: wait for that, and read the kernel's view
+        // again after each millisecond until the deadline.
+        const auto next =
+            std::min(deadline, std::chrono::steady_clock::now() + std::chrono::milliseconds(1));
+        done_.wait_until(held, next, [this] { return returned_; });
+        if (std::chrono::steady_clock::now() >= deadline) {
             return false;
         }
-        // The kernel offers no notification for another thread falling
-        // asleep; its state is read again shortly.
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
+    return false;
 }
 
 bool blocking_call::returned() const

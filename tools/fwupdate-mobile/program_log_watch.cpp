@@ -1,9 +1,13 @@
 #include "program_log_watch.h"
 
+#include <poll.h>
+#include <sys/inotify.h>
+#include <unistd.h>
+
 #include <chrono>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <thread>
 
 namespace norvane_tools {
 
@@ -17,19 +21,40 @@ std::string program_log_watch::read_from_(size_t offset) const
     return std::string(std::istreambuf_iterator<char>(log), std::istreambuf_iterator<char>());
 }
 
-bool program_log_watch::poll_until_(const std::function<bool()>& found, int timeout_ms)
+bool program_log_watch::poll_until_(const std::function<bool()>& found, int timeout_ms) const
 {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout_ms);
+    // The program appends to its log with plain writes: inotify on the log's
+    // folder wakes this thread at each write (and when the log is created).
+    // The watch is set before the first look, so no write falls between.
+    const int watch = ::inotify_init1(IN_CLOEXEC | IN_NONBLOCK);
+    if (watch >= 0) {
+        const std::string folder = std::filesystem::path(log_path_).parent_path().string();
+        ::inotify_add_watch(watch, folder.empty() ? "." : folder.c_str(),
+                            IN_MODIFY | IN_CREATE | IN_MOVED_TO);
+    }
+    bool held = false;
     for (;;) {
-        if (found()) {
-            return true;
+        held = found();
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+            deadline - std::chrono::steady_clock::now());
+        if (held || left.count() <= 0) {
+            break;
         }
-        if (std::chrono::steady_clock::now() >= deadline) {
-            return false;
-        }
-        // The program appends to its log with plain writes; there is nothing
-        // to be woken by, so the file is looked at again shortly.
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        pollfd events{watch, POLLIN, 0};
+        ::poll(&events, watch >= 0 ? 1 : 0, static_cast<int>(left.count()) + 1);
+        drain_events_(watch);
+    }
+    if (watch >= 0) {
+        ::close(watch);
+    }
+    return held;
+}
+
+void program_log_watch::drain_events_(int watch)
+{
+    char buffer[4096];
+    while (watch >= 0 && ::read(watch, buffer, sizeof buffer) > 0) {
     }
 }
 

@@ -32,8 +32,11 @@ public:
 private:
     // The log's bytes from offset on; "" when there are none or no log.
     std::string read_from_(size_t offset) const;
-    // Looks until found() holds or timeout_ms have passed. True when it held.
-    static bool poll_until_(const std::function<bool()>& found, int timeout_ms);
+    // Looks at the log each time it is written to, until found() holds or
+    // timeout_ms have passed. True when it held.
+    bool poll_until_(const std::function<bool()>& found, int timeout_ms) const;
+    // Reads away the pending events of an inotify descriptor (-1: none).
+    static void drain_events_(int watch);
 
     std::string log_path_;
 };

@@ -1,14 +1,17 @@
 #include "program_runner.h"
 
+#include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
+#include <poll.h>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <sys/syscall.h>
 #include <sys/wait.h>
-#include <thread>
 #include <unistd.h>
 
 namespace norvane_tools {
@@ -108,20 +111,27 @@ int program_runner::wait_exit(int timeout_ms, int& exit_status)
     if (pid_ <= 0) {
         return 1;
     }
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout_ms);
-    for (;;) {
-        int status = 0;
-        pid_t done = ::waitpid(pid_, &status, WNOHANG);
-        if (done == pid_) {
-            pid_ = -1;
-            exit_status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-            return 0;
-        }
-        if (std::chrono::steady_clock::now() >= deadline) {
-            return 1;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    // A pidfd becomes readable when the child ends: wait on it, not on a
+    // clock, and reap the child then.
+    const int ended = static_cast<int>(::syscall(SYS_pidfd_open, pid_, 0));
+    if (ended >= 0) {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout_ms);
+        pollfd events{ended, POLLIN, 0};
+        int ready = 0;
+        do {
+            const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+                deadline - std::chrono::steady_clock::now());
+            ready = ::poll(&events, 1, static_cast<int>(std::max<long long>(0, left.count())));
+        } while (ready < 0 && errno == EINTR);
+        ::close(ended);
     }
+    int status = 0;
+    if (::waitpid(pid_, &status, WNOHANG) != pid_) {
+        return 1;
+    }
+    pid_ = -1;
+    exit_status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    return 0;
 }
 
 void program_runner::kill_program()
