@@ -28,4 +28,13 @@ command_output run_command(const std::string& command)
     return result;
 }
 
+std::string shell_word(const std::string& text)
+{
+    std::string word = "'";
+    for (char c : text) {
+        word += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    }
+    return word + "'";
+}
+
 }  // namespace norvane_test

@@ -16,6 +16,10 @@ struct command_output {
 // Runs command through /bin/sh and waits for it.
 command_output run_command(const std::string& command);
 
+// text as one word of a shell command line: single-quoted, a quote inside
+// written as '\''.
+std::string shell_word(const std::string& text);
+
 }  // namespace norvane_test
 
 #endif

@@ -13,6 +13,8 @@
 
 namespace {
 
+using norvane_test::shell_word;
+
 struct command_result {
     std::string output;  // standard output, and standard error where redirected into it
     int status;          // exit status, -1 when the command did not exit normally
@@ -53,16 +55,6 @@ std::string mixed_bytes(size_t size)
         bytes[i] = static_cast<char>((i * 131 + 7) & 0xFF);
     }
     return bytes;
-}
-
-// A shell word for path: single-quoted, quotes inside written as '\''.
-std::string shell_word(const std::string& path)
-{
-    std::string word = "'";
-    for (char c : path) {
-        word += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    }
-    return word + "'";
 }
 
 TEST(busybox_front_test, path_finds_the_compiled_front_first)

@@ -3,10 +3,11 @@
 // coreutils sum for the same missing file.
 #include "quoted_file_name.h"
 
+#include "command_output.h"
+
 #include <gtest/gtest.h>
 
 #include <clocale>
-#include <cstdio>
 #include <random>
 #include <string>
 
@@ -18,22 +19,8 @@ using norvane::quoted_file_name;
 // (run in the C locale), or "" when there is no such message.
 std::string coreutils_quoting(const std::string& name)
 {
-    std::string word = "'";
-    for (char c : name) {
-        word += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    }
-    word += "'";
-    FILE* pipe = ::popen(("LC_ALL=C sum -- " + word + " 2>&1").c_str(), "r");
-    if (pipe == nullptr) {
-        return "";
-    }
-    std::string output;
-    char buffer[512];
-    size_t got;
-    while ((got = std::fread(buffer, 1, sizeof buffer, pipe)) > 0) {
-        output.append(buffer, got);
-    }
-    ::pclose(pipe);
+    const std::string output =
+        norvane_test::run_command("LC_ALL=C sum -- " + norvane_test::shell_word(name) + " 2>&1").out;
     const std::string prefix = "sum: ";
     const std::string suffix = ": No such file or directory\n";
     if (output.size() < prefix.size() + suffix.size()) {
