@@ -144,11 +144,14 @@ TEST_F(protocol_error_test, body_data_after_verification_ends_the_run_with_statu
     EXPECT_EQ(upload_ok,
               upload(make_package(files, "1.0", "DEVICE_FIRMWARE"), upload_options{}));
     EXPECT_EQ(finished_ok_2, status(1));
-    // A second upload whose body shares the header's transfer: the body
-    // arrives while the program waits for the confirmation.
-    std::string packet = encode_header(norvane_tools::upload_request(1, 0, 3, 4)) + "DATA";
-    ASSERT_EQ(0, session().send_raw(packet));
+    // A status query (option 1) with a body in its transfer: the query leaves
+    // the program waiting for the confirmation, whatever the order in which
+    // its two threads take the transfer, so the body always arrives then.
+    norvane_tools::header query = norvane_tools::status_request(1, 0, 3, 1);
+    query.data_size = 4;
+    ASSERT_EQ(0, session().send_raw(encode_header(query) + "DATA"));
     EXPECT_EQ(1, wait_program());
+    EXPECT_EQ("00 01 00 00 00 03 00 00 80 13 00 02 00 00 00 00", next_reply());
 
     EXPECT_EQ("dlstart\ndlfinish 1\n", service_log());
     EXPECT_FALSE(record_exists("FIRMWARE_VERSION_DEVICE"));

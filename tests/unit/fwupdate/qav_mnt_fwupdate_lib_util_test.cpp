@@ -119,7 +119,9 @@ TEST(qav_mnt_fwupdate_lib_util, ReadTextFileEndsTheTextAtTheFirstNul)
     const std::string path = dir.write_file("nul.xml", std::string("abc\0def\0", 8));
     qav_mnt_fwupdate_lib_util util;
     std::string text = "old";
+    testing::internal::CaptureStderr();
     EXPECT_EQ(util.read_text_file(path, text), 0);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
     EXPECT_EQ(text, "abc");
 }
 

@@ -449,6 +449,7 @@ TEST(qav_mnt_fwupdate_lib_verify_process_pipeline, unreadable_folder_entry_fails
 
     EXPECT_EQ(1, run.ret);
     EXPECT_EQ("4.0", run.version);
+    EXPECT_EQ(norvane::UTL_LIB_XML_VEXA_PACKAGE_DEVICE_FIRMWARE, run.type);
     EXPECT_EQ(start_lines(package) + stage_1_ok(package, xml) + stage_2_ok("4.0") +
                   stage_3_ok(declared) + verify_line("[INF]", "##### Start get unzip list ") +
                   "[ERR] get_info_list(): Failed to get the stat structure. file_path:[" + link +

@@ -143,6 +143,7 @@ TEST(utl_lib_xml_mediator_parse, text_split_by_a_comment_arrives_as_one_text)
     test_mediator mediator;
     std::string trace;
     EXPECT_EQ(0, parse_text(mediator, "<doc><title>ab<!-- gap -->cd</title></doc>", trace));
+    EXPECT_EQ("", trace);
     EXPECT_EQ("abcd", mediator.t.title);
     ASSERT_EQ(3u, mediator.events.size());
     EXPECT_EQ(I_TITLE_DATA, mediator.events[1].interrupt_id);

@@ -394,9 +394,11 @@ TEST(utl_lib_xml_vexa_data_utl_test, decode_with_a_line_break_fails)
 {
     utl_lib_xml_vexa_data_utl utl;
     std::vector<char> data = bytes_of({1});
+    testing::internal::CaptureStderr();
     EXPECT_EQ(1, utl.decode_base64("TWFu\nTQ=", data));
     EXPECT_EQ(1, utl.decode_base64("TW\nu", data));
     EXPECT_EQ(1, utl.decode_base64("TWFu\r\nTWFu\r\n", data));
+    EXPECT_EQ("", testing::internal::GetCapturedStderr());
     EXPECT_EQ(bytes_of({1}), data);
 }
 

@@ -399,12 +399,22 @@ TEST(utl_lib_xml_vexa_firmware_upgrade_service, failed_parse_has_discarded_the_p
     UTL_LIB_XML_VEXA_RESULT result = norvane::UTL_LIB_XML_VEXA_RESULT_NO_ERR;
     ASSERT_EQ(0, parse_quietly(service, FULL_PACKAGE, result));
 
-    int ret = parse_quietly(service, "<firmware_package><device_id>X", result);
-    EXPECT_NE(0, ret);
+    const std::string broken = "<firmware_package><device_id>X";
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(1, service.parse_xml(broken, result, norvane::UTL_LIB_XML_VEXA_PROTOCOL_BTSPP));
+    EXPECT_EQ("[XML][IMP    ]Parse IN  type[7] size[30]<<\n"
+              "[XML][IMP    ]Parse [<firmware_package><device_id>X]\n"
+              "[XML][ERROR! ]XML perser error. 0 EOF=1 line=1 msg=no element found\n"
+              "[XML][IMP    ]Parse OUT ret[1] result[2] size[30] >>\n",
+              testing::internal::GetCapturedStderr());
     EXPECT_EQ(norvane::UTL_LIB_XML_VEXA_RESULT_PARSER_ERR, result);
 
+    // What the failed parse wrote before its error is all that is left: the
+    // device id's element had begun, its text had not been stored yet.
     package_header h;
     EXPECT_EQ(0, get_header(service, h));
+    EXPECT_EQ(1, h.exist_device_id);
+    EXPECT_STREQ("", h.device_id);
     EXPECT_EQ(0, h.exist_package_version);
     EXPECT_EQ(0, h.exist_description);
     EXPECT_EQ(0, h.exist_total_size);
