@@ -166,6 +166,20 @@ inline std::vector<std::string> split_lines(const std::string& text)
     return lines;
 }
 
+// The program's own lines of a captured stream: the XML layers' trace lines,
+// which start with "[XML]", are left out (each is one line for a one-line
+// document).
+inline std::string program_log(const std::string& captured)
+{
+    std::string kept;
+    for (const std::string& line : split_lines(captured)) {
+        if (line.compare(0, 5, "[XML]") != 0) {
+            kept += line + "\n";
+        }
+    }
+    return kept;
+}
+
 inline norvane::verify_file_info make_info(const std::string& name, int32_t size,
                                           const std::string& check_sum)
 {

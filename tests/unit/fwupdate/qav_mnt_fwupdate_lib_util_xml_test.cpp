@@ -2,11 +2,11 @@
 // parse_xml on text and analyze_xml on a real file.
 #include <gtest/gtest.h>
 
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "qav_mnt_fwupdate_lib_util.h"
+#include "qav_mnt_fwupdate_lib_util_test_support.h"
 #include "temp_dir.h"
 #include "utl_lib_xml_vexa_firmware_upgrade_service.h"
 
@@ -14,27 +14,13 @@ namespace {
 
 using norvane::qav_mnt_fwupdate_lib_util;
 using norvane::utl_lib_xml_vexa_firmware_upgrade_service;
+using norvane_test::program_log;
 
 const std::string PACKAGE_XML =
     "<firmware_package><package_version>5.0.1</package_version>"
     "<download_information><type>MAIN</type><data_information><filename>a.bin</filename>"
     "<checksum>01234</checksum><size>10</size></data_information></download_information>"
     "<package_type>DEVICE_FIRMWARE</package_type></firmware_package>";
-
-// The program's own lines of a captured stream: the XML layers' trace lines
-// (one line each, for one-line documents) are left out.
-std::string program_log(const std::string& captured)
-{
-    std::istringstream in(captured);
-    std::string line;
-    std::string kept;
-    while (std::getline(in, line)) {
-        if (line.compare(0, 5, "[XML]") != 0) {
-            kept += line + "\n";
-        }
-    }
-    return kept;
-}
 
 std::string package_version_of(utl_lib_xml_vexa_firmware_upgrade_service& fw)
 {

@@ -11,7 +11,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -19,6 +18,7 @@
 #include "bsd_sum.h"
 #include "bsd_sum_collision.h"
 #include "qav_mnt_fwupdate_lib_util.h"
+#include "qav_mnt_fwupdate_lib_util_test_support.h"
 #include "fwupdate_trust_dir.h"
 #include "qav_mnt_fwupdate_lib_verify_process.h"
 #include "temp_dir.h"
@@ -27,6 +27,7 @@
 namespace {
 
 using norvane::qav_mnt_fwupdate_lib_verify_process;
+using norvane_test::program_log;
 using norvane::UTL_LIB_XML_VEXA_PACKAGE_TYPE_;
 
 const char* const ZIP_NAME = "qav_mnt_fwpackage.zip";
@@ -120,21 +121,6 @@ private:
     std::string zip_path_;
     std::vector<std::string> names_;
 };
-
-// The program's own lines: trace lines of the XML layers are left out (the
-// descriptions here are one line long, so each trace is one line).
-std::string program_log(const std::string& captured)
-{
-    std::istringstream in(captured);
-    std::string line;
-    std::string kept;
-    while (std::getline(in, line)) {
-        if (line.compare(0, 5, "[XML]") != 0) {
-            kept += line + "\n";
-        }
-    }
-    return kept;
-}
 
 struct verify_run {
     int ret;
