@@ -197,4 +197,18 @@ std::string finish_line(int status)
     return "[IMP] main(): QAV_MNT FWUPDATE Finish " + std::to_string(status) + "\n";
 }
 
+log_by_thread split_by_thread(const std::string& log)
+{
+    log_by_thread split;
+    size_t start = 0;
+    while (start < log.size()) {
+        size_t end = log.find('\n', start);
+        end = end == std::string::npos ? log.size() : end + 1;
+        const std::string line = log.substr(start, end - start);
+        (line.rfind("[IMP] recv_impl(): ", 0) == 0 ? split.link : split.main) += line;
+        start = end;
+    }
+    return split;
+}
+
 }  // namespace norvane_test

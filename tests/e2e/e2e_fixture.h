@@ -105,6 +105,15 @@ private:
 // "[IMP] main(): QAV_MNT FWUPDATE Finish <status>\n"
 std::string finish_line(int status);
 
+// A program log split by thread: the link thread's header dumps interleave
+// with the main thread's lines as timing has it, so a test looks for a dump,
+// or compares two runs, within one thread's lines.
+struct log_by_thread {
+    std::string link;
+    std::string main;
+};
+log_by_thread split_by_thread(const std::string& log);
+
 }  // namespace norvane_test
 
 #endif

@@ -148,28 +148,6 @@ protected:
     std::string description_;
 };
 
-// A program log split by thread: the link thread's header dumps interleave
-// with the main thread's lines as timing has it, so two runs log the same
-// when each thread's lines are the same, in the same order.
-struct log_by_thread {
-    std::string link;
-    std::string main;
-};
-
-log_by_thread split_by_thread(const std::string& log)
-{
-    log_by_thread split;
-    size_t start = 0;
-    while (start < log.size()) {
-        size_t end = log.find('\n', start);
-        end = end == std::string::npos ? log.size() : end + 1;
-        const std::string line = log.substr(start, end - start);
-        (line.rfind("[IMP] recv_impl(): ", 0) == 0 ? split.link : split.main) += line;
-        start = end;
-    }
-    return split;
-}
-
 std::string signature_error(const std::string& text)
 {
     return "[ERR] verify(): Signature check: " + text + "\n";
